@@ -1,0 +1,250 @@
+/*
+ * extractor-kr: date and time expressions in Korean text.
+ *
+ * The C surface of libentityextractor_kr.textmining.quenby.so.  Every record
+ * and every function below is part of the library's ABI; field order and
+ * widths are fixed.
+ *
+ * Text.  Texts are NUL-terminated bytes in the double-byte Korean encoding
+ * (CP949 / EUC-KR): a byte below 0x80 is one character, a byte of 0x80 or
+ * above opens a two-byte character.  Positions inside the pipeline are byte
+ * offsets into the normalised work text; positions in the output are
+ * character indexes into the input text.
+ *
+ * Absence.  Every 32-bit field of a DTINFO record and every attribute value
+ * that was not given holds ETI_UNSET (four bytes of 0x0A).  Zero is always a
+ * real value (hour 0, Sunday, AM, solar, absolute).
+ *
+ * Ownership.  Every list belongs to whoever holds its head and is freed node
+ * by node through the function named beside its record:
+ *   TYPED_RESULT  the caller of ETI_Main frees each node's `content`, then
+ *                 the node (ETI_FreeTypedResults does both);
+ *   DTINFO        Free_DTINFO (also frees each record's compoundMarks);
+ * Every buffer the library hands over is allocated with malloc and is freed
+ * with free.  Blobs and texts passed in stay the caller's; the library keeps
+ * no pointer to them after a call returns.
+ *
+ * NULL.  Functions that take a list accept NULL as the empty list.
+ *
+ * Threads.  The library keeps no state between calls and takes no lock.  The
+ * calendar conversion record behind sec2Date is per thread, so calls may run
+ * on several threads at once.
+ */
+#ifndef EXTRACTOR_KR_H_
+#define EXTRACTOR_KR_H_
+
+#include <stdint.h>
+
+#if defined(_WIN32)
+#define ETI_EXPORT
+#else
+#define ETI_EXPORT __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* The absence value of every 32-bit DTINFO field and attribute value. */
+#define ETI_UNSET 0x0A0A0A0A
+
+/* ------------------------------------------------------------------------ */
+/* Calendar                                                                  */
+/* ------------------------------------------------------------------------ */
+
+/* Broken-down time: nine signed 32-bit fields in the POSIX order.  Month is
+ * 0-based, year counts from 1900, weekday 0 is Sunday, yday 0 is 1 January,
+ * isdst is always written as 0.  Wall-clock time in Korea (UTC+9). */
+typedef struct ETI_TM {
+  int32_t tm_sec;
+  int32_t tm_min;
+  int32_t tm_hour;
+  int32_t tm_mday;
+  int32_t tm_mon;
+  int32_t tm_year;
+  int32_t tm_wday;
+  int32_t tm_yday;
+  int32_t tm_isdst;
+} ETI_TM;
+
+/* Normalises *tm in place (day 0, hour 24, minute -10 ... roll over into the
+ * neighbouring fields; weekday and day of year are filled) and returns the
+ * UTC seconds count of that Korean wall-clock time.  -1 means the date could
+ * not be formed.  Month fields of 12 or more count as one whole year. */
+ETI_EXPORT int64_t date2Sec(ETI_TM* tm);
+
+/* Converts an unshifted wall-clock seconds count (seconds since 1970-01-01
+ * 00:00:00 of the wall clock) into a broken-down time.  The returned record
+ * belongs to the calling thread and stays valid until its next call. */
+ETI_EXPORT ETI_TM* sec2Date(const int64_t* seconds);
+
+/* Days in month (1..12) of year, or -1. */
+ETI_EXPORT int32_t LastDayOfMonth(int32_t year, int32_t month);
+
+/* Day of month of `weekday` (1 = Monday .. 7 = Sunday; 0 = the Sunday before
+ * the week's Monday) in Monday-based week n of the month, or, for
+ * n = 10000, the last such weekday of the month.  The result may lie outside
+ * the month; -1 when the date cannot be formed. */
+ETI_EXPORT int32_t DayOfRelWeekday(int32_t year, int32_t month, int32_t n,
+                                   int32_t weekday);
+
+/* Day of month of the Sunday that opens Sunday-based week n (1-based); may
+ * be below 1.  0 when the date cannot be formed. */
+ETI_EXPORT int32_t FindFirstDayOfWeek(int32_t year, int32_t month, int32_t n);
+
+/* ------------------------------------------------------------------------ */
+/* Date-time record                                                          */
+/* ------------------------------------------------------------------------ */
+
+typedef struct DTINFO {
+  /* One int per byte of the normalised text, 1 where the byte belongs to the
+   * expression.  Owned by the record; unset while its low 32 bits equal
+   * ETI_UNSET. */
+  int32_t* compoundMarks;
+  int32_t seqBegin; /* start of the match (byte position once returned) */
+  int32_t seqEnd;   /* one past its end */
+  int32_t year;     /* absolute year, or an offset when relative */
+  int32_t month;
+  int32_t day;
+  int32_t week;     /* week of the month 1..5; 10000 = the last */
+  int32_t weekday;  /* 0 = Sunday .. 6 = Saturday */
+  int32_t hour;     /* 0..24 */
+  int32_t minute;
+  int32_t second;
+  int32_t spanKind; /* 1 = a whole period; the next six are its offsets */
+  int32_t spanYear;
+  int32_t spanMonth;
+  int32_t spanDays;
+  int32_t spanReserved1; /* hours */
+  int32_t spanReserved2; /* minutes */
+  int32_t spanReserved3; /* seconds */
+  int32_t duration; /* role: 0 length, 1 start, 2 end, 3 open start */
+  int32_t relKind;  /* 0 absolute, 1 relative, 2 after, -2 before, 5 ... */
+  int32_t repeatYear;
+  int32_t repeatMonth;
+  int32_t repeatWeek;
+  int32_t repeatDay;
+  int32_t repeatHour;
+  int32_t ampm;      /* 0 AM, 1 PM */
+  int32_t dayNight;  /* 0 day, 1 night */
+  int32_t lunar;     /* 1 lunar, 0 solar */
+  int32_t periodEnd; /* 1 end of the period, 0 its beginning */
+  uint8_t hasDate;
+  uint8_t hasTime;
+  uint8_t hasAmPm;
+  struct DTINFO* next;
+} DTINFO;
+
+/* Frees every record of the list and each set compoundMarks.  Returns 1, or
+ * 0 for a NULL head. */
+ETI_EXPORT int32_t Free_DTINFO(DTINFO* head);
+
+/* Links the non-NULL entries of records[0..count) into one list, hands
+ * relValue to the records before positionIndex (back to the first absolute
+ * one) and writes durationValue into every record.  Returns the head or
+ * NULL. */
+ETI_EXPORT DTINFO* SetFlagsToDTInfo(DTINFO** records, int32_t count,
+                                    int32_t relValue, int32_t positionIndex,
+                                    int32_t durationValue);
+
+/* 0 when every record of the list passes the range checks, 1 as soon as one
+ * fails; 0 for NULL. */
+ETI_EXPORT int32_t ValidateAbsolDT(const DTINFO* head);
+
+/* Items in a '*'-joined unit sequence: 1 + the number of '*'; -1 for NULL. */
+ETI_EXPORT int32_t DepthOfSeq(const char* text);
+
+/* ------------------------------------------------------------------------ */
+/* Time strings: 14 characters YYYYMMDDhhmmss, unknown fields as F's.        */
+/* ------------------------------------------------------------------------ */
+
+/* New record of a 12-digit (YYYYMMDDhhmm) or 14-digit reference time, or
+ * NULL.  Free it with Free_DTINFO. */
+ETI_EXPORT DTINFO* ConvStrToDTINFO(const char* text);
+
+/* Writes the time string of `record` into out[15].  1, or 0 for NULL. */
+ETI_EXPORT int32_t DT2Char(const DTINFO* record, char* out);
+
+/* Normalises date[3] = {year, month, day} and time[3] = {hour, minute,
+ * second} (ETI_UNSET fields stay unset) and returns their time string in a
+ * new 15-byte buffer that the caller frees.  A time of 00:00:00 reads as no
+ * time. */
+ETI_EXPORT char* dateTimeRevalidate(int32_t* date, int32_t* time);
+
+/* ------------------------------------------------------------------------ */
+/* Pipeline results                                                          */
+/* ------------------------------------------------------------------------ */
+
+/* One result of the pipeline. */
+typedef struct RESULT_ETS {
+  int32_t* marks;         /* one int per input byte: 1 = in the expression */
+  uint8_t startFlags[3];  /* has date, has time, has AM/PM */
+  uint8_t endFlags[3];
+  char startTime[15];
+  uint8_t repeatFlags[5]; /* year, month, week, day, hour */
+  uint8_t spanFlag;       /* 0 a point, 1 a span */
+  char endTime[15];       /* all zero for a point */
+  struct RESULT_ETS* next;
+} RESULT_ETS;
+
+/* One element of the output. */
+typedef struct TYPED_RESULT {
+  char* content;              /* the text without its expressions */
+  uint8_t inputInformStart[3];
+  uint8_t inputInformEnd[3];
+  char countryCode[2];        /* "KR", no terminator */
+  char startTime[15];
+  char endTime[15];
+  char cycle[15];             /* 00010000000000 yearly ... 00000001000000 daily */
+  int32_t resultType;         /* 1 a point, 2 a span */
+  int32_t beginIndex;         /* character index of the first byte, or -1 */
+  int32_t endIndex;           /* one past the last, or -1 */
+  struct TYPED_RESULT* next;
+} TYPED_RESULT;
+
+/* Frees a RESULT_ETS list: each node's marks, then the node. */
+ETI_EXPORT void FreeRESULT_ETS(RESULT_ETS* list);
+
+/* The extraction pipeline over one text: returns the results (NULL when
+ * nothing was found) and writes the overall type of the found expressions
+ * to *overallType (left alone when nothing was found).  Arguments as for
+ * ETI_Main; refTime must already have been checked. */
+ETI_EXPORT RESULT_ETS* ETS(const char* text, const char* refTime,
+                           const char* settings, const void* a2,
+                           const void* a3, const void* a4, const void* a5,
+                           int32_t* overallType);
+
+/* The content of a text: the text without the bytes that a result marks,
+ * without a word of the word list that directly follows such a stretch, and
+ * without its commas (all of them, once anything was found).  New heap text
+ * that the caller frees; NULL when the word list cannot be loaded. */
+ETI_EXPORT char* getOthers(const char* text, const RESULT_ETS* list,
+                           const char* wordList);
+
+/* Runs one extraction.  `refTime` is twelve digits YYYYMMDDhhmm; settings is
+ * the settings text, a2..a5 the replacement, tag, pattern and unit-sequence
+ * trie blobs, a6 the word list text.  Returns 0 after a run, with *results
+ * the new list (NULL when nothing was found), or -1 when the reference time
+ * is rejected (year 1970..2043, month 1..12, day 1..31, hour 0..24, minute
+ * 0..60), leaving *results as it was. */
+ETI_EXPORT int32_t ETI_Main(const char* text, TYPED_RESULT** results,
+                            const char* refTime, const char* settings,
+                            const void* a2, const void* a3, const void* a4,
+                            const void* a5, const char* a6);
+
+/* Frees a TYPED_RESULT list: each node's content, then the node. */
+ETI_EXPORT void ETI_FreeTypedResults(TYPED_RESULT* list);
+
+/* Typed copy of a RESULT_ETS list (content left NULL), or NULL. */
+ETI_EXPORT TYPED_RESULT* newType(const RESULT_ETS* list, const char* text,
+                                 int32_t textLength);
+
+/* Character index of byte position bytePos of `text`: every byte of 0x80 or
+ * above opens a two-byte character.  0 maps to 0, -1 to -1. */
+ETI_EXPORT int32_t charIndex(const char* text, int32_t bytePos);
+
+#ifdef __cplusplus
+} /* extern "C" */
+#endif
+
+#endif /* EXTRACTOR_KR_H_ */

@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Builds and runs every test: the release build with all tests (the JVM
+# tests among them), the same tests under AddressSanitizer and
+# UndefinedBehaviorSanitizer, and the aarch64 cross build whose tests run
+# under qemu-user.  Installs what the machine lacks first.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+root=$(pwd)
+jobs=$(nproc 2>/dev/null || echo 2)
+
+step() { printf '\n=== %s\n' "$*"; }
+
+step "dependencies"
+scripts/install-deps.sh
+
+step "release build and tests"
+cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release >/dev/null
+cmake --build build/release -j"$jobs"
+(cd build/release && ctest --output-on-failure -j"$jobs")
+
+step "AddressSanitizer + UndefinedBehaviorSanitizer build and tests"
+cmake -S . -B build/asan -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DEXTRACTOR_KR_SANITIZE=ON -DEXTRACTOR_KR_BENCH=OFF >/dev/null
+cmake --build build/asan -j"$jobs"
+(cd build/asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
+  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+  ctest --output-on-failure -j"$jobs")
+
+step "aarch64 cross build, tests under qemu-user"
+cmake -S . -B build/aarch64 -DCMAKE_BUILD_TYPE=Release \
+  -DCMAKE_TOOLCHAIN_FILE="$root/cmake/aarch64-linux-gnu.cmake" \
+  -DEXTRACTOR_KR_GTEST_FROM_SOURCE=ON -DEXTRACTOR_KR_BENCH=OFF \
+  -DEXTRACTOR_KR_JAVA=OFF >/dev/null
+cmake --build build/aarch64 -j"$jobs"
+file build/aarch64/libentityextractor_kr.textmining.quenby.so
+(cd build/aarch64 && ctest --output-on-failure -j"$jobs")
+
+step "all tests passed"

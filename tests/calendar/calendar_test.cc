@@ -1,0 +1,177 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "calendar/calendar.h"
+#include "extractor_kr.h"
+
+namespace {
+
+// Days from 1970-01-01 to a proleptic-Gregorian date, by an independent
+// method (era arithmetic), to check the library's own year walk against.
+int64_t DaysFromCivil(int64_t y, unsigned m, unsigned d) {
+  y -= m <= 2;
+  const int64_t era = (y >= 0 ? y : y - 399) / 400;
+  const unsigned yoe = static_cast<unsigned>(y - era * 400);
+  const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
+  const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+  return era * 146097 + static_cast<int64_t>(doe) - 719468;
+}
+
+ETI_TM Tm(int year, int month, int day, int hour = 0, int minute = 0,
+          int second = 0) {
+  ETI_TM tm{};
+  tm.tm_year = year - 1900;
+  tm.tm_mon = month - 1;
+  tm.tm_mday = day;
+  tm.tm_hour = hour;
+  tm.tm_min = minute;
+  tm.tm_sec = second;
+  return tm;
+}
+
+struct Normalised {
+  ETI_TM in;
+  int year, month, day, hour, minute, second, wday;
+};
+
+TEST(Date2Sec, NormalisesOutOfRangeFields) {
+  const Normalised cases[] = {
+      {Tm(2024, 3, 0), 2024, 2, 29, 0, 0, 0, 4},            // day 0
+      {Tm(2023, 3, 0), 2023, 2, 28, 0, 0, 0, 2},
+      {Tm(2023, 1, 32), 2023, 2, 1, 0, 0, 0, 3},            // day 32
+      {Tm(2024, 5, 15, 24), 2024, 5, 16, 0, 0, 0, 4},       // hour 24
+      {Tm(2024, 5, 15, 10, 60), 2024, 5, 15, 11, 0, 0, 3},  // minute 60
+      {Tm(2024, 3, 1, 0, -10), 2024, 2, 29, 23, 50, 0, 4},  // minute -10
+      {Tm(2024, 12, 31, 23, 59, 60), 2025, 1, 1, 0, 0, 0, 3},
+      {Tm(2100, 2, 29), 2100, 3, 1, 0, 0, 0, 1},  // 2100 is not a leap year
+      {Tm(2000, 2, 29), 2000, 2, 29, 0, 0, 0, 2},  // 2000 is
+      {Tm(2023, 13, 1), 2024, 1, 1, 0, 0, 0, 1},   // month field 12
+      {Tm(2023, 14, 1), 2024, 1, 1, 0, 0, 0, 1},   // 13: clamped to the year
+      {Tm(2023, 21, 5), 2024, 1, 5, 0, 0, 0, 5},
+      {Tm(2024, 13, 1), 2025, 1, 1, 0, 0, 0, 3},   // the same in a leap year
+  };
+  for (const Normalised& c : cases) {
+    ETI_TM tm = c.in;
+    date2Sec(&tm);
+    SCOPED_TRACE(testing::Message() << c.year << "-" << c.month << "-" << c.day);
+    EXPECT_EQ(tm.tm_year + 1900, c.year);
+    EXPECT_EQ(tm.tm_mon + 1, c.month);
+    EXPECT_EQ(tm.tm_mday, c.day);
+    EXPECT_EQ(tm.tm_hour, c.hour);
+    EXPECT_EQ(tm.tm_min, c.minute);
+    EXPECT_EQ(tm.tm_sec, c.second);
+    EXPECT_EQ(tm.tm_wday, c.wday);
+    EXPECT_EQ(tm.tm_isdst, 0);
+  }
+}
+
+TEST(Date2Sec, ReturnsUtcOfKoreanWallClock) {
+  ETI_TM a = Tm(1970, 1, 1, 9);
+  EXPECT_EQ(date2Sec(&a), 0);
+  ETI_TM b = Tm(2024, 1, 1);
+  EXPECT_EQ(date2Sec(&b), 1704034800);
+  ETI_TM c = Tm(1970, 1, 1, 8, 59, 59);  // the one instant that reads as failure
+  EXPECT_EQ(date2Sec(&c), -1);
+}
+
+TEST(Date2Sec, AgreesWithIndependentDayCountOverCenturies) {
+  std::mt19937 rng(7);
+  for (int i = 0; i < 20000; ++i) {
+    const int y = 1970 + static_cast<int>(rng() % 1200);
+    const int m = 1 + static_cast<int>(rng() % 12);
+    const int d = 1 + static_cast<int>(rng() % 28);
+    const int h = static_cast<int>(rng() % 24);
+    ETI_TM tm = Tm(y, m, d, h, 7, 9);
+    const int64_t s = date2Sec(&tm);
+    ASSERT_EQ(s, DaysFromCivil(y, m, d) * 86400 + h * 3600 + 7 * 60 + 9 - 32400)
+        << y << "-" << m << "-" << d;
+    ASSERT_EQ(tm.tm_yday, DaysFromCivil(y, m, d) - DaysFromCivil(y, 1, 1));
+    ASSERT_EQ(tm.tm_wday, ((DaysFromCivil(y, m, d) + 4) % 7 + 7) % 7);
+  }
+}
+
+TEST(Date2Sec, FarYearsStayFiniteAndDefined) {
+  ETI_TM tm = Tm(99999999, 1, 1);
+  date2Sec(&tm);
+  EXPECT_EQ(tm.tm_year + 1900, 99999999);
+  EXPECT_EQ(tm.tm_mon, 0);
+  EXPECT_EQ(tm.tm_mday, 1);
+  ETI_TM big{};
+  big.tm_year = INT32_MAX;
+  big.tm_mday = INT32_MAX;
+  big.tm_hour = INT32_MIN;
+  date2Sec(&big);  // must not trap under the sanitizers
+}
+
+TEST(Calendar, MonthLengths) {
+  const struct {
+    int year, month, days;
+  } cases[] = {{2100, 2, 28}, {2000, 2, 29}, {2024, 2, 29}, {2023, 2, 28},
+               {2023, 4, 30}, {2023, 12, 31}, {2023, 13, -1}, {2023, 0, -1}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(LastDayOfMonth(c.year, c.month), c.days) << c.year << "/" << c.month;
+  }
+}
+
+TEST(Calendar, WeekdaysOfTheMonth) {
+  const struct {
+    int year, month, n, weekday, day;
+  } cases[] = {
+      {2024, 5, 1, 1, -1},     // Monday of week 1 lies in April
+      {2024, 5, 1, 3, 1},      // Wednesday the 1st
+      {2024, 5, 3, 5, 17},     // Friday of week 3
+      {2024, 5, 10000, 5, 31}, // last Friday
+      {2024, 5, 10000, 1, 27}, // last Monday
+      {2024, 5, 10000, 0, 26}, // last Sunday (0 also means Sunday)
+      {2024, 5, 10000, 7, 26},
+      {2024, 9, 1, 7, 1},      // Sunday the 1st closes week 1
+      {2024, 9, 2, 1, 2},
+      {2024, 5, 1, 0, -2},     // weekday 0: the Sunday before week 1's Monday
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(DayOfRelWeekday(c.year, c.month, c.n, c.weekday), c.day)
+        << c.year << "/" << c.month << " n=" << c.n << " wd=" << c.weekday;
+  }
+  EXPECT_EQ(FindFirstDayOfWeek(2024, 5, 1), -2);
+  EXPECT_EQ(FindFirstDayOfWeek(2024, 5, 2), 5);
+  EXPECT_EQ(FindFirstDayOfWeek(2024, 9, 1), 1);
+}
+
+TEST(Calendar, WeekOfMonthTurnsOverOnMonday) {
+  EXPECT_EQ(eti::WeekOfMonth(1, 6), 1);  // Saturday 1 March 2014
+  EXPECT_EQ(eti::WeekOfMonth(2, 0), 1);  // Sunday 2 March
+  EXPECT_EQ(eti::WeekOfMonth(3, 1), 2);  // Monday 3 March
+  EXPECT_EQ(eti::WeekOfMonth(31, 1), 6);
+}
+
+TEST(Sec2Date, EachThreadHasItsOwnRecord) {
+  const int kThreads = 8;
+  std::vector<std::thread> threads;
+  std::vector<int> failures(kThreads, 0);
+  std::vector<const ETI_TM*> records(kThreads, nullptr);
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([t, &failures, &records] {
+      for (int i = 0; i < 20000; ++i) {
+        const int64_t day = 20000 + t * 1000 + i % 1000;
+        const int64_t s = day * 86400 + t * 3600;
+        const ETI_TM* r = sec2Date(&s);
+        records[t] = r;
+        if (r->tm_hour != t || r->tm_yday != DaysFromCivil(r->tm_year + 1900, r->tm_mon + 1,
+                                                             r->tm_mday) -
+                                                 DaysFromCivil(r->tm_year + 1900, 1, 1) ||
+            DaysFromCivil(r->tm_year + 1900, r->tm_mon + 1, r->tm_mday) != day) {
+          ++failures[t];
+        }
+      }
+    });
+  }
+  for (auto& th : threads) th.join();
+  for (int t = 0; t < kThreads; ++t) EXPECT_EQ(failures[t], 0) << "thread " << t;
+  for (int t = 1; t < kThreads; ++t) EXPECT_NE(records[t], records[0]);
+}
+
+}  // namespace

@@ -1,0 +1,142 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "driver/time_string.h"
+#include "extractor_kr.h"
+#include "interpret/dtinfo.h"
+
+namespace {
+
+constexpr int32_t U = ETI_UNSET;
+
+struct DtDeleter {
+  void operator()(DTINFO* r) const { Free_DTINFO(r); }
+};
+using DtPtr = std::unique_ptr<DTINFO, DtDeleter>;
+
+std::string Print(const DTINFO* r) {
+  char out[15];
+  EXPECT_EQ(DT2Char(r, out), 1);
+  return out;
+}
+
+TEST(DT2Char, WritesFsForUnknownFields) {
+  DtPtr r(eti::NewDTINFO());
+  EXPECT_EQ(Print(r.get()), "FFFFFFFFFFFFFF");
+  r->year = 2014;
+  r->month = 3;
+  r->day = 5;
+  EXPECT_EQ(Print(r.get()), "20140305FFFFFF");
+  r->hour = 0;
+  r->minute = 7;
+  EXPECT_EQ(Print(r.get()), "201403050007FF");
+  EXPECT_EQ(DT2Char(nullptr, nullptr), 0);
+}
+
+TEST(DT2Char, OutOfRangeValuesSpillIntoTheNextFieldButNotPastTheEnd) {
+  DtPtr r(eti::NewDTINFO());
+  r->year = 12345;
+  r->month = 3;
+  r->second = 123;
+  r->minute = -5;
+  const std::string s = Print(r.get());
+  EXPECT_EQ(s.size(), 14u);
+  EXPECT_EQ(s, "123403FFFF-512");
+}
+
+struct Revalidation {
+  int32_t date[3];
+  int32_t time[3];
+  const char* expected;
+  int32_t dateAfter[3];
+  int32_t timeAfter[3];
+};
+
+TEST(DateTimeRevalidate, NormalisesAndWritesBack) {
+  const Revalidation cases[] = {
+      {{2014, 13, 1}, {10, 0, 0}, "20150101100000", {2015, 1, 1}, {10, 0, 0}},
+      {{2014, 0, 10}, {10, 0, 0}, "20131210100000", {2013, 12, 10}, {10, 0, 0}},
+      {{2014, 3, 5}, {0, 0, 0}, "20140305FFFFFF", {2014, 3, 5}, {0, 0, 0}},
+      {{2014, 3, 5}, {U, U, U}, "20140305FFFFFF", {2014, 3, 5}, {U, U, U}},
+      {{2024, 5, 32}, {24, 0, U}, "20240602000000", {2024, 6, 2}, {0, 0, U}},
+      {{2024, 25, 1}, {1, 2, 3}, "20260101010203", {2026, 1, 1}, {1, 2, 3}},
+      {{2024, -12, 1}, {1, 0, 0}, "20221201010000", {2022, 12, 1}, {1, 0, 0}},
+  };
+  for (const Revalidation& c : cases) {
+    int32_t date[3] = {c.date[0], c.date[1], c.date[2]};
+    int32_t time[3] = {c.time[0], c.time[1], c.time[2]};
+    char* s = dateTimeRevalidate(date, time);
+    EXPECT_STREQ(s, c.expected);
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_EQ(date[i], c.dateAfter[i]) << c.expected << " date " << i;
+      EXPECT_EQ(time[i], c.timeAfter[i]) << c.expected << " time " << i;
+    }
+    std::free(s);
+  }
+}
+
+TEST(DateTimeRevalidate, UnsetDateStillGivesFourteenCharacters) {
+  int32_t date[3] = {U, U, U};
+  int32_t time[3] = {9, 30, U};
+  char* s = dateTimeRevalidate(date, time);
+  EXPECT_EQ(std::string(s).size(), 14u);
+  EXPECT_EQ(date[0], U);
+  std::free(s);
+}
+
+TEST(DateTimeRevalidate, HugeMonthsFoldWithoutLooping) {
+  int32_t date[3] = {2000, 99999999, 1};
+  int32_t time[3] = {U, U, U};
+  std::free(dateTimeRevalidate(date, time));
+  EXPECT_GE(date[1], 1);
+  EXPECT_LE(date[1], 12);
+}
+
+TEST(ConvStrToDTINFO, ReadsTheReferenceTime) {
+  DtPtr r(ConvStrToDTINFO("202405151030"));
+  ASSERT_NE(r, nullptr);
+  EXPECT_EQ(Print(r.get()), "20240515103000");
+  EXPECT_EQ(r->weekday, 3);
+  EXPECT_EQ(r->week, 3);
+  EXPECT_EQ(r->relKind, 0);
+  EXPECT_EQ(r->lunar, 0);
+  EXPECT_EQ(r->ampm, 0);
+  EXPECT_EQ(r->repeatHour, 0);
+  EXPECT_EQ(r->spanKind, U);
+  EXPECT_EQ(r->duration, U);
+  EXPECT_EQ(r->next, nullptr);
+
+  DtPtr s(ConvStrToDTINFO("20240515103042"));
+  ASSERT_NE(s, nullptr);
+  EXPECT_EQ(s->second, 42);
+
+  // Hour 24 and day 31 of a 30-day month roll over.
+  DtPtr t(ConvStrToDTINFO("202404312400"));
+  ASSERT_NE(t, nullptr);
+  EXPECT_EQ(Print(t.get()), "20240502000000");
+}
+
+TEST(ConvStrToDTINFO, RejectsOtherLengths) {
+  EXPECT_EQ(ConvStrToDTINFO(nullptr), nullptr);
+  EXPECT_EQ(ConvStrToDTINFO("2024051510301"), nullptr);
+  EXPECT_EQ(ConvStrToDTINFO("20240515103"), nullptr);
+  EXPECT_EQ(ConvStrToDTINFO(""), nullptr);
+}
+
+TEST(ConvStrToDTINFO, WeeksOfTheMonthTurnOverOnMondays) {
+  const struct {
+    const char* ref;
+    int week;
+  } cases[] = {{"201403010000", 1}, {"201403020000", 1}, {"201403030000", 2},
+               {"202405010000", 1}, {"202405310000", 5}, {"202409300000", 6}};
+  for (const auto& c : cases) {
+    DtPtr r(ConvStrToDTINFO(c.ref));
+    ASSERT_NE(r, nullptr);
+    EXPECT_EQ(r->week, c.week) << c.ref;
+  }
+}
+
+}  // namespace
