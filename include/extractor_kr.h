@@ -172,6 +172,122 @@ ETI_EXPORT int32_t DT2Char(const DTINFO* record, char* out);
 ETI_EXPORT char* dateTimeRevalidate(int32_t* date, int32_t* time);
 
 /* ------------------------------------------------------------------------ */
+/* Trie dictionaries                                                         */
+/* ------------------------------------------------------------------------ */
+
+/* A loaded trie.  Blob layout (32-bit little-endian integers): nodeCount N,
+ * poolSize S, then N sibling indexes, N first-child indexes (0xFFFFFFFF =
+ * none), N signed label offsets into the pool, and the S-byte pool.  At a
+ * node's offset stand its label and, right after the label's NUL, its value
+ * (empty for a node where no entry ends).  The four pointers point into one
+ * block owned through `sibling`. */
+typedef struct BTrie {
+  int32_t* sibling;
+  int32_t* child;
+  int32_t* labelOffset;
+  char* pool;
+} BTrie;
+
+/* One search hit. */
+typedef struct retTypeBBT {
+  int32_t startPos;  /* the text position the caller passed with the search */
+  char* text;        /* copy of the matched key bytes */
+  char* value;       /* copy of the entry's value */
+  struct retTypeBBT* next;
+} retTypeBBT;
+
+/* What ETI_searchBTrie returns when no entry was found but the key ran out
+ * inside the trie (it is a prefix of longer keys).  Test for it, as for
+ * NULL, before following a result. */
+#define ETI_BBT_PREFIX ((retTypeBBT*)(intptr_t)-1)
+
+/* A new empty trie in *out: 0, or 1 when out of memory (*out is NULL). */
+ETI_EXPORT int32_t ETI_initEmptyBTrie(BTrie** out);
+
+/* Loads a private copy of `blob` into `trie`: 0 on success; 1 when the blob
+ * is NULL or malformed (indexes outside the node table, labels outside the
+ * pool or without a NUL inside it, links that form a cycle) or memory runs
+ * out, leaving a trie that finds nothing.  The blob need not outlive the
+ * call; the caller guarantees that it holds the bytes its header claims. */
+ETI_EXPORT int32_t ETI_loadBTrie(BTrie* trie, const void* blob);
+
+/* Frees the trie's block and the handle. */
+ETI_EXPORT void ETI_freeBTrie(BTrie* trie);
+
+/* The first node of the sibling chain starting at `node` whose label is a
+ * prefix of `key` (an empty label fits any key): its index, with *valueOut
+ * pointing at its value; -1 when none fits. */
+ETI_EXPORT int32_t searchBBT(const BTrie* trie, const char* key, int32_t node,
+                             const char** valueOut);
+
+/* Walks `key` down from *node.  mode 1: the longest entry that is a prefix
+ * of the key (one record, *matchLen its length); mode 2: every such entry,
+ * longest first; any other mode: an entry only once the whole key was
+ * walked.  NULL when nothing was found; ETI_BBT_PREFIX when the whole key
+ * was walked without reaching an entry, in which case *node is set to the
+ * first child of the last node so that a caller may go on with more key.
+ * Every record's startPos is `startPos`. */
+ETI_EXPORT retTypeBBT* ETI_searchBTrie(const BTrie* trie, const char* key,
+                                       int32_t mode, int32_t startPos,
+                                       int32_t* matchLen, int32_t* node);
+
+/* Every longest hit in `text`, in text order: searched at every byte
+ * (everyByte != 0) or at the start and after every '*' (everyByte == 0, for
+ * '*'-joined unit sequences).  After ETI_BBT_PREFIX the next search starts
+ * below the root where the last one stopped. */
+ETI_EXPORT retTypeBBT* ETI_getFullDic(const char* text, const BTrie* trie,
+                                      int32_t everyByte);
+
+/* Frees every node of *list with its strings; *list is left as it was.
+ * Returns 0. */
+ETI_EXPORT int32_t ETI_free_retTypeBBT(retTypeBBT** list);
+
+/* ------------------------------------------------------------------------ */
+/* Line word list                                                            */
+/* ------------------------------------------------------------------------ */
+
+typedef struct DicHanddle {
+  char** words;  /* one entry per line, without its line feeds and CRs */
+  int32_t count;
+} DicHanddle;
+
+/* A new empty word list in *handle: 1, or 0 when out of memory. */
+ETI_EXPORT int32_t InitDicHanddle(DicHanddle** handle);
+
+/* Fills an initialised word list from a NUL-terminated text, one word per
+ * line, in line order (lines of 1024 bytes or more come out in pieces;
+ * blank lines are kept as empty words).  1, or 0 when out of memory. */
+ETI_EXPORT int32_t MakeDic(DicHanddle** handle, const char* text);
+
+/* Frees the word list and its entries: 1, or 0 when *handle is NULL. */
+ETI_EXPORT int32_t FreeDicHanddle(DicHanddle** handle);
+
+/* ------------------------------------------------------------------------ */
+/* Settings                                                                  */
+/* ------------------------------------------------------------------------ */
+
+/* The per-call context of the pipeline. */
+typedef struct ETS_CONTEXT {
+  BTrie* patternTrie;
+  BTrie* unitSeqTrie;
+  DTINFO* reference;
+  int32_t defaultAmPm[13]; /* per hour 0..12: 0 none, 1 AM, 2 PM */
+  int32_t defaultCentury;  /* added to years of 99 or less */
+} ETS_CONTEXT;
+
+/* Copies one line of `source` (its line feed kept) into line[capacity] and
+ * returns a pointer to the line's terminating NUL; NULL (line empty) when
+ * capacity < 2 or the source is at its end. */
+ETI_EXPORT char* getLineS(char* line, int32_t capacity, const char* source);
+
+/* Reads the settings text into the context's defaultAmPm and
+ * defaultCentury; other fields are left alone.  Lines: "DEFAULTTIME n"
+ * clears the first n hours and opens the hour section, after which "h am"
+ * or "h pm" (0 <= h <= 12) set an hour's default; "DEFAULTCENTURY c"; '#'
+ * starts a comment. */
+ETI_EXPORT void SettingDefaultTime(ETS_CONTEXT* context, const char* settings);
+
+/* ------------------------------------------------------------------------ */
 /* Pipeline results                                                          */
 /* ------------------------------------------------------------------------ */
 

@@ -1,0 +1,244 @@
+// Trie dictionary: loading a blob into a BTrie, the one-level search
+// searchBBT, the three walks of ETI_searchBTrie and the whole-text scan
+// ETI_getFullDic.  The blob comes from outside; the loader checks every
+// index and offset so that no search can leave the block or loop, and
+// rejects what fails.
+#include "dict/btrie.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+namespace eti {
+namespace {
+
+constexpr int32_t kNone = -1;
+
+// Everything the searches rely on: indexes inside the node table, labels and
+// values NUL-terminated inside the pool, and no cycle through the sibling
+// and child links (shared subtrees are fine).
+bool BlobIsSound(const int32_t* sibling, const int32_t* child,
+                 const int32_t* labelOffset, const char* pool, uint32_t n,
+                 uint32_t s) {
+  for (uint32_t i = 0; i < n; ++i) {
+    for (int32_t link : {sibling[i], child[i]}) {
+      if (link != kNone && (link < 0 || static_cast<uint32_t>(link) >= n)) return false;
+    }
+    const int32_t off = labelOffset[i];
+    if (off < 0 || static_cast<uint32_t>(off) >= s) return false;
+    const char* label = pool + off;
+    const char* labelEnd = static_cast<const char*>(std::memchr(label, '\0', s - off));
+    if (labelEnd == nullptr || labelEnd + 1 >= pool + s) return false;
+    if (std::memchr(labelEnd + 1, '\0', pool + s - (labelEnd + 1)) == nullptr) return false;
+  }
+  // Depth-first search for a cycle: 0 unseen, 1 on the current path, 2 done.
+  std::vector<uint8_t> state(n, 0);
+  std::vector<std::pair<uint32_t, int>> stack;  // node, next link to follow
+  for (uint32_t root = 0; root < n; ++root) {
+    if (state[root] != 0) continue;
+    stack.push_back({root, 0});
+    state[root] = 1;
+    while (!stack.empty()) {
+      auto& [node, k] = stack.back();
+      if (k == 2) {
+        state[node] = 2;
+        stack.pop_back();
+        continue;
+      }
+      const int32_t next = k++ == 0 ? sibling[node] : child[node];
+      if (next == kNone || state[next] == 2) continue;
+      if (state[next] == 1) return false;
+      state[next] = 1;
+      stack.push_back({static_cast<uint32_t>(next), 0});
+    }
+  }
+  return true;
+}
+
+char* CopyBytes(const char* from, size_t n) {
+  auto* out = static_cast<char*>(std::malloc(n + 1));
+  std::memcpy(out, from, n);
+  out[n] = '\0';
+  return out;
+}
+
+retTypeBBT* NewHit(int32_t startPos, const char* key, size_t keyLength,
+                   const char* value) {
+  auto* hit = static_cast<retTypeBBT*>(std::malloc(sizeof(retTypeBBT)));
+  hit->startPos = startPos;
+  hit->text = CopyBytes(key, keyLength);
+  hit->value = CopyBytes(value, std::strlen(value));
+  hit->next = nullptr;
+  return hit;
+}
+
+const char* Label(const BTrie* trie, int32_t node) {
+  return trie->pool + trie->labelOffset[node];
+}
+
+}  // namespace
+
+BTrie* LoadTrie(const void* blob) {
+  BTrie* trie = nullptr;
+  ETI_initEmptyBTrie(&trie);
+  ETI_loadBTrie(trie, blob);
+  return trie;
+}
+
+}  // namespace eti
+
+extern "C" {
+
+int32_t ETI_initEmptyBTrie(BTrie** out) {
+  if (out == nullptr) return 1;
+  *out = static_cast<BTrie*>(std::calloc(1, sizeof(BTrie)));
+  return *out == nullptr ? 1 : 0;
+}
+
+int32_t ETI_loadBTrie(BTrie* trie, const void* blob) {
+  if (trie == nullptr) return 1;
+  std::free(trie->sibling);
+  *trie = BTrie{};
+  if (blob == nullptr) return 1;
+
+  // The blob is little-endian, as is every target of the library.
+  const auto* bytes = static_cast<const char*>(blob);
+  uint32_t n, s;
+  std::memcpy(&n, bytes, 4);
+  std::memcpy(&s, bytes + 4, 4);
+  const uint64_t size = 12 * static_cast<uint64_t>(n) + s;
+  if (size > 0x7FFFFFFF) return 1;  // no dictionary is that large
+
+  char* block = static_cast<char*>(std::malloc(size + 1));
+  if (block == nullptr) return 1;
+  std::memcpy(block, bytes + 8, size);
+  auto* sibling = reinterpret_cast<int32_t*>(block);
+  if (!eti::BlobIsSound(sibling, sibling + n, sibling + 2 * n, block + 12 * n, n, s)) {
+    std::free(block);
+    return 1;
+  }
+  trie->sibling = sibling;
+  trie->child = sibling + n;
+  trie->labelOffset = sibling + 2 * n;
+  trie->pool = block + 12 * static_cast<size_t>(n);
+  return 0;
+}
+
+void ETI_freeBTrie(BTrie* trie) {
+  if (trie == nullptr) return;
+  std::free(trie->sibling);
+  std::free(trie);
+}
+
+int32_t searchBBT(const BTrie* trie, const char* key, int32_t node,
+                  const char** valueOut) {
+  const char* ignored;
+  if (valueOut == nullptr) valueOut = &ignored;
+  *valueOut = nullptr;
+  if (node == -1 || key == nullptr) return -1;
+  if (node < 0 || node >= eti::NodeCount(trie)) return -1;
+  while (true) {
+    const char* label = eti::Label(trie, node);
+    size_t i = 0;
+    while (label[i] != '\0' && key[i] == label[i]) ++i;
+    if (label[i] == '\0') {
+      *valueOut = label + i + 1;
+      return node;
+    }
+    node = trie->sibling[node];
+    if (node == -1) return -1;
+  }
+}
+
+retTypeBBT* ETI_searchBTrie(const BTrie* trie, const char* key, int32_t mode,
+                            int32_t startPos, int32_t* matchLen, int32_t* node) {
+  int32_t rootNode = 0;
+  if (node == nullptr) node = &rootNode;
+  if (key == nullptr) return nullptr;
+
+  const char* cursor = key;
+  const char* lastValue = nullptr;  // value and end of the deepest entry
+  const char* lastCursor = nullptr;
+  retTypeBBT* list = nullptr;       // mode 2: longest first
+
+  const char* value = nullptr;
+  int32_t n = searchBBT(trie, key, *node, &value);
+  bool keyUsedUp = false;
+  while (n != -1) {
+    cursor += std::strlen(eti::Label(trie, n));
+    if (value[0] != '\0') {
+      if (mode == 2) {
+        retTypeBBT* hit = eti::NewHit(startPos, key, cursor - key, value);
+        hit->next = list;
+        list = hit;
+      }
+      lastValue = value;
+      lastCursor = cursor;
+    }
+    if (*cursor == '\0') {
+      keyUsedUp = true;
+      break;
+    }
+    n = searchBBT(trie, cursor, trie->child[n], &value);
+  }
+
+  if (keyUsedUp) {
+    *node = trie->child[n];
+    if (mode == 2 && list != nullptr) return list;
+    if (lastValue == nullptr) return ETI_BBT_PREFIX;
+  } else {
+    if (mode == 2) return list;
+    if (mode != 1 || lastValue == nullptr) return nullptr;
+  }
+  const int32_t length = static_cast<int32_t>(lastCursor - key);
+  if (matchLen != nullptr) *matchLen = length;
+  return eti::NewHit(startPos, key, length, lastValue);
+}
+
+retTypeBBT* ETI_getFullDic(const char* text, const BTrie* trie, int32_t everyByte) {
+  if (text == nullptr || text[0] == '\0') return nullptr;
+  const int32_t length = static_cast<int32_t>(std::strlen(text));
+  retTypeBBT* head = nullptr;
+  retTypeBBT* tail = nullptr;
+  int32_t node = 0;
+  int32_t pos = 0;
+  while (pos < length) {
+    int32_t matchLength = 0;
+    retTypeBBT* r = ETI_searchBTrie(trie, text + pos, 1, pos, &matchLength, &node);
+    if (r == ETI_BBT_PREFIX) {
+      // The next search goes on below where this one stopped.
+    } else {
+      if (r != nullptr) {
+        if (tail == nullptr) {
+          head = r;
+        } else {
+          tail->next = r;
+        }
+        tail = r;
+      }
+      node = 0;
+    }
+    if (everyByte != 0) {
+      ++pos;
+    } else {
+      while (pos < length && text[pos] != '*') ++pos;
+      ++pos;
+    }
+  }
+  return head;
+}
+
+int32_t ETI_free_retTypeBBT(retTypeBBT** list) {
+  if (list == nullptr || !eti::IsHitList(*list)) return 0;
+  retTypeBBT* r = *list;
+  while (r != nullptr) {
+    retTypeBBT* next = r->next;
+    std::free(r->text);
+    std::free(r->value);
+    std::free(r);
+    r = next;
+  }
+  return 0;
+}
+
+}  // extern "C"

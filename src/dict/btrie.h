@@ -1,0 +1,33 @@
+// Trie dictionary: internal companions of the exported BTrie functions.
+#ifndef EXTRACTOR_KR_DICT_BTRIE_H_
+#define EXTRACTOR_KR_DICT_BTRIE_H_
+
+#include <cstdint>
+
+#include "extractor_kr.h"
+
+namespace eti {
+
+// Nodes of a loaded trie (0 for an empty or rejected one).  The loader lays
+// the three index arrays out back to back in front of the pool, so the count
+// follows from the pointers.
+inline int32_t NodeCount(const BTrie* trie) {
+  if (trie == nullptr || trie->sibling == nullptr) return 0;
+  return static_cast<int32_t>((trie->pool - reinterpret_cast<const char*>(trie->sibling)) / 12);
+}
+
+inline bool IsHitList(const retTypeBBT* r) {
+  return r != nullptr && r != ETI_BBT_PREFIX;
+}
+
+// A new BTrie loaded from `blob` (empty when the blob is rejected).
+BTrie* LoadTrie(const void* blob);
+
+// Unique owner of a trie for the stages that load one per call.
+struct TrieDeleter {
+  void operator()(BTrie* t) const { ETI_freeBTrie(t); }
+};
+
+}  // namespace eti
+
+#endif  // EXTRACTOR_KR_DICT_BTRIE_H_

@@ -1,0 +1,148 @@
+#include "dictc/dictc.h"
+
+#include <dirent.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "common/file_util.h"
+
+namespace eti::tools {
+namespace {
+
+class Dictc : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char tmpl[] = "/tmp/dictc_test.XXXXXX";
+    ASSERT_NE(mkdtemp(tmpl), nullptr);
+    dir_ = tmpl;
+  }
+  void TearDown() override {
+    for (const std::string& f : Files()) unlink((dir_ + "/" + f).c_str());
+    rmdir(dir_.c_str());
+  }
+
+  std::string Path(const std::string& name) const { return dir_ + "/" + name; }
+
+  void Write(const std::string& name, const std::string& text) {
+    std::ofstream(Path(name), std::ios::binary) << text;
+  }
+  std::string Read(const std::string& name) {
+    std::string text, error;
+    EXPECT_TRUE(ReadFile(Path(name), &text, &error)) << error;
+    return text;
+  }
+  std::vector<std::string> Files() const {
+    std::vector<std::string> names;
+    if (DIR* d = opendir(dir_.c_str())) {
+      while (dirent* e = readdir(d)) {
+        const std::string n = e->d_name;
+        if (n != "." && n != "..") names.push_back(n);
+      }
+      closedir(d);
+    }
+    return names;
+  }
+
+  int Run(const std::vector<std::string>& args) {
+    out_.str("");
+    err_.str("");
+    return RunDictc(args, out_, err_);
+  }
+
+  std::string dir_;
+  std::ostringstream out_, err_;
+};
+
+constexpr char kSource[] =
+    "\xEF\xBB\xBF# dates\r\n"
+    "내일\trDay[1]\r\n"
+    "\n"
+    "모레\trDay[2]\n"
+    "   \n"
+    "내일\trDay[1]\n"  // the same entry twice is harmless
+    "시\tHour,hUnit\n"
+    "오후\tPM\n";
+
+TEST_F(Dictc, CompileThenDumpRoundTrips) {
+  Write("tags.txt", kSource);
+  ASSERT_EQ(Run({"compile", "--kind", "tag", Path("tags.txt"), Path("tags.bin")}), 0)
+      << err_.str();
+  ASSERT_EQ(Run({"dump", Path("tags.bin")}), 0) << err_.str();
+  const std::string dumped = out_.str();
+  EXPECT_EQ(dumped, "내일\trDay[1]\n모레\trDay[2]\n시\tHour,hUnit\n오후\tPM\n");
+
+  // The dump compiles back to the very same bytes.
+  Write("again.txt", dumped);
+  ASSERT_EQ(Run({"compile", "--kind", "tag", Path("again.txt"), Path("again.bin")}), 0);
+  EXPECT_EQ(Read("again.bin"), Read("tags.bin"));
+}
+
+TEST_F(Dictc, WordListsBecomeCp949Lines) {
+  Write("words.txt", "# particles\n에\n\n에는\r\n까지\n");
+  ASSERT_EQ(Run({"words", Path("words.txt"), Path("words.dic")}), 0) << err_.str();
+  EXPECT_EQ(Read("words.dic"), "\xBF\xA1\n\xBF\xA1\xB4\xC2\n\xB1\xEE\xC1\xF6\n");
+}
+
+TEST_F(Dictc, BadSourcesNameFileLineAndProblemAndWriteNothing) {
+  const struct {
+    const char* kind;
+    std::string source;
+    std::string message;
+  } cases[] = {
+      {"replace", "ok\tfine\nsmile\t😀\n", ":2: value, character 1: U+1F600 cannot be written in CP949"},
+      {"replace", "# c\nno tab here\n", ":2: missing tab between key and value"},
+      {"replace", "\tvalue\n", ":1: empty key"},
+      {"replace", "key\t\n", ":1: empty value for key \"key\""},
+      {"tag", "내일\trDay[1]\n모레\trDay[2]\n내일\trDay[9]\n",
+       ":3: key \"내일\" has value \"rDay[9]\" here but \"rDay[1]\" on line 1"},
+      {"tag", "x\t" + std::string(64, 'N') + "\n", ":1: tag name of 64 bytes (64 or more)"},
+      {"tag", "x\t" + std::string(63, 'N') + "," + std::string(448, 'M') + "\n",
+       ":1: tag value of 512 bytes (512 or more)"},
+      {"tag", "x\tNUM[abc]\n", ":1: tag entry \"NUM[abc]\" is not NAME or NAME[INTEGER]"},
+      {"tag", "x\t,,\n", ":1: tag value has no tag"},
+      {"pattern", "NUM*YUnit\ttwo\n", ":1: pattern value \"two\" is not a token count"},
+  };
+  for (const auto& c : cases) {
+    Write("bad.txt", c.source);
+    Write("out.bin", "previous");  // an earlier good output stays as it was
+    EXPECT_EQ(Run({"compile", "--kind", c.kind, Path("bad.txt"), Path("out.bin")}), 1);
+    EXPECT_NE(err_.str().find(Path("bad.txt") + c.message), std::string::npos)
+        << "got: " << err_.str() << "want: " << c.message;
+    EXPECT_EQ(Read("out.bin"), "previous");
+    unlink(Path("out.bin").c_str());
+    EXPECT_EQ(Run({"compile", "--kind", c.kind, Path("bad.txt"), Path("out.bin")}), 1);
+    EXPECT_EQ(Files(), std::vector<std::string>{"bad.txt"}) << "an output file appeared";
+  }
+}
+
+TEST_F(Dictc, EveryProblemIsReported) {
+  Write("bad.txt", "a\n\tb\nc\td\n");
+  EXPECT_EQ(Run({"compile", "--kind", "replace", Path("bad.txt"), Path("out.bin")}), 1);
+  EXPECT_NE(err_.str().find(":1: missing tab"), std::string::npos);
+  EXPECT_NE(err_.str().find(":2: empty key"), std::string::npos);
+}
+
+TEST_F(Dictc, UsageAndUnreadableInput) {
+  EXPECT_EQ(Run({}), 2);
+  EXPECT_EQ(Run({"frobnicate"}), 2);
+  EXPECT_EQ(Run({"compile", "--kind", "nope", "a", "b"}), 2);
+  EXPECT_EQ(Run({"compile", "--kind", "tag", Path("missing.txt"), Path("out.bin")}), 1);
+  EXPECT_NE(err_.str().find("missing.txt: cannot open"), std::string::npos);
+  Write("short.bin", "abc");
+  EXPECT_EQ(Run({"dump", Path("short.bin")}), 1);
+  EXPECT_NE(err_.str().find("shorter than the 8-byte header"), std::string::npos);
+  std::string cyclic("\x01\0\0\0\x04\0\0\0\0\0\0\0\xFF\xFF\xFF\xFF\0\0\0\0a\0b\0", 24);
+  Write("cyclic.bin", cyclic);
+  EXPECT_EQ(Run({"dump", Path("cyclic.bin")}), 1);
+  EXPECT_NE(err_.str().find("malformed trie"), std::string::npos);
+  EXPECT_EQ(Run({"--help"}), 0);
+}
+
+}  // namespace
+}  // namespace eti::tools

@@ -1,0 +1,34 @@
+// UTF-8 <-> CP949, the double-byte Korean encoding that the library reads
+// (a byte below 0x80 is ASCII, a byte of 0x81..0xFE opens a two-byte
+// character).  Our own table, so that the tools and the tests behave the
+// same on every machine and under qemu, whatever iconv modules it has.
+#ifndef EXTRACTOR_KR_TOOLS_COMMON_CP949_H_
+#define EXTRACTOR_KR_TOOLS_COMMON_CP949_H_
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace eti::tools {
+
+// Why a conversion stopped.
+struct ConvertError {
+  size_t offset = 0;     // byte offset of the offending character
+  std::string message;   // e.g. "U+1F600 cannot be written in CP949"
+};
+
+// Converts UTF-8 text to CP949.  False (with *error filled) on malformed
+// UTF-8 or on a character that CP949 cannot hold; NUL is refused too, since
+// the library reads NUL-terminated texts.
+bool Utf8ToCp949(std::string_view utf8, std::string* out, ConvertError* error);
+
+// Converts CP949 text to UTF-8.  False on a byte sequence that is not CP949.
+bool Cp949ToUtf8(std::string_view cp949, std::string* out, ConvertError* error);
+
+// Convenience forms for tests and fixed texts: abort on failure.
+std::string Cp949(std::string_view utf8);
+std::string Utf8(std::string_view cp949);
+
+}  // namespace eti::tools
+
+#endif  // EXTRACTOR_KR_TOOLS_COMMON_CP949_H_

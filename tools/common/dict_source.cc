@@ -1,0 +1,218 @@
+// Reading dictionary sources, with a message naming the file and line of
+// every problem.
+#include "common/dict_source.h"
+
+#include <cctype>
+#include <map>
+#include <utility>
+
+#include "common/cp949.h"
+
+namespace eti::tools {
+namespace {
+
+constexpr size_t kMaxTagName = 64;    // the tagger's name buffer, NUL included
+constexpr size_t kMaxTagValue = 512;  // its work area for a tag list
+constexpr size_t kMaxWord = 1024;     // the word list's line buffer
+
+struct Line {
+  int number;
+  std::string_view text;
+};
+
+// Content lines of a source: comments and blank lines dropped, CR cut.
+std::vector<Line> ContentLines(std::string_view text) {
+  if (text.substr(0, 3) == "\xEF\xBB\xBF") text.remove_prefix(3);  // BOM
+  std::vector<Line> lines;
+  int number = 0;
+  while (!text.empty()) {
+    ++number;
+    const size_t nl = text.find('\n');
+    std::string_view line = text.substr(0, nl);
+    text.remove_prefix(nl == std::string_view::npos ? text.size() : nl + 1);
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    if (line.empty() || line[0] == '#' ||
+        line.find_first_not_of(" \t") == std::string_view::npos) {
+      continue;
+    }
+    lines.push_back({number, line});
+  }
+  return lines;
+}
+
+// Character (not byte) column of a byte offset in a UTF-8 text, 1-based.
+size_t Column(std::string_view utf8, size_t offset) {
+  size_t column = 1;
+  for (size_t i = 0; i < offset && i < utf8.size(); ++i) {
+    if ((static_cast<unsigned char>(utf8[i]) & 0xC0) != 0x80) ++column;
+  }
+  return column;
+}
+
+bool Convert(std::string_view utf8, std::string_view what, std::string* out,
+             std::string* message) {
+  ConvertError error;
+  if (Utf8ToCp949(utf8, out, &error)) return true;
+  *message = std::string(what) + ", character " + std::to_string(Column(utf8, error.offset)) +
+             ": " + error.message;
+  return false;
+}
+
+// Checks a tag list as the tagger reads it: entries NAME or NAME[INT]
+// separated by commas.  Returns an empty string when it is sound.
+std::string CheckTagValue(const std::string& value) {
+  if (value.size() >= kMaxTagValue) {
+    return "tag value of " + std::to_string(value.size()) + " bytes (512 or more)";
+  }
+  bool any = false;
+  size_t start = 0;
+  while (start <= value.size()) {
+    size_t comma = value.find(',', start);
+    if (comma == std::string::npos) comma = value.size();
+    const std::string entry = value.substr(start, comma - start);
+    start = comma + 1;
+    if (entry.empty()) continue;
+    any = true;
+    const size_t open = entry.find('[');
+    const std::string name = entry.substr(0, open);
+    if (name.empty()) return "tag entry \"" + entry + "\" has no name";
+    if (name.size() >= kMaxTagName) {
+      return "tag name of " + std::to_string(name.size()) + " bytes (64 or more)";
+    }
+    if (name.find(']') != std::string::npos) return "tag entry \"" + entry + "\" is malformed";
+    if (open != std::string::npos) {
+      const size_t close = entry.find(']', open);
+      std::string number = entry.substr(open + 1, close == std::string::npos
+                                                      ? std::string::npos
+                                                      : close - open - 1);
+      size_t digits = number.size();
+      if (!number.empty() && number[0] == '-') --digits;
+      if (close == std::string::npos || close + 1 != entry.size() || digits == 0 ||
+          number.find_first_not_of("0123456789", number[0] == '-' ? 1 : 0) != std::string::npos) {
+        return "tag entry \"" + entry + "\" is not NAME or NAME[INTEGER]";
+      }
+    }
+  }
+  if (!any) return "tag value has no tag";
+  return "";
+}
+
+std::string CheckValue(DictKind kind, const std::string& value) {
+  switch (kind) {
+    case DictKind::kTag:
+      return CheckTagValue(value);
+    case DictKind::kPattern:
+      if (value.find_first_not_of("0123456789") != std::string::npos || value[0] == '0' ||
+          value.size() > 6) {
+        return "pattern value \"" + value + "\" is not a token count";
+      }
+      return "";
+    case DictKind::kReplace:
+    case DictKind::kUnit:
+      return "";
+  }
+  return "";
+}
+
+}  // namespace
+
+bool ParseDictKind(std::string_view name, DictKind* kind) {
+  static const std::pair<std::string_view, DictKind> kinds[] = {
+      {"replace", DictKind::kReplace},
+      {"tag", DictKind::kTag},
+      {"pattern", DictKind::kPattern},
+      {"unit", DictKind::kUnit}};
+  for (const auto& [n, k] : kinds) {
+    if (n == name) {
+      *kind = k;
+      return true;
+    }
+  }
+  return false;
+}
+
+std::string SourceError::Format() const {
+  return file + ":" + std::to_string(line) + ": " + message;
+}
+
+std::vector<SourceEntry> ReadTrieSource(std::string_view text, std::string_view file,
+                                        DictKind kind, std::vector<SourceError>* errors) {
+  std::vector<SourceEntry> entries;
+  std::map<std::string, size_t> seen;  // CP949 key -> index in entries
+  const auto fail = [&](int line, std::string message) {
+    errors->push_back({std::string(file), line, std::move(message)});
+  };
+  for (const Line& line : ContentLines(text)) {
+    const size_t tab = line.text.find('\t');
+    if (tab == std::string_view::npos) {
+      fail(line.number, "missing tab between key and value");
+      continue;
+    }
+    SourceEntry e;
+    e.line = line.number;
+    e.keyUtf8 = std::string(line.text.substr(0, tab));
+    e.valueUtf8 = std::string(line.text.substr(tab + 1));
+    if (e.keyUtf8.empty()) {
+      fail(line.number, "empty key");
+      continue;
+    }
+    if (e.valueUtf8.empty()) {
+      fail(line.number, "empty value for key \"" + e.keyUtf8 + "\"");
+      continue;
+    }
+    std::string message;
+    if (!Convert(e.keyUtf8, "key", &e.entry.key, &message) ||
+        !Convert(e.valueUtf8, "value", &e.entry.value, &message)) {
+      fail(line.number, message);
+      continue;
+    }
+    message = CheckValue(kind, e.entry.value);
+    if (!message.empty()) {
+      fail(line.number, message);
+      continue;
+    }
+    auto [it, fresh] = seen.emplace(e.entry.key, entries.size());
+    if (!fresh) {
+      const SourceEntry& first = entries[it->second];
+      if (first.entry.value != e.entry.value) {
+        fail(line.number, "key \"" + e.keyUtf8 + "\" has value \"" + e.valueUtf8 +
+                              "\" here but \"" + first.valueUtf8 + "\" on line " +
+                              std::to_string(first.line));
+      }
+      continue;
+    }
+    entries.push_back(std::move(e));
+  }
+  return entries;
+}
+
+std::vector<std::string> ReadWordSource(std::string_view text, std::string_view file,
+                                        std::vector<SourceError>* errors) {
+  std::vector<std::string> words;
+  for (const Line& line : ContentLines(text)) {
+    std::string word, message;
+    if (!Convert(line.text, "word", &word, &message)) {
+      errors->push_back({std::string(file), line.number, message});
+    } else if (word.size() >= kMaxWord) {
+      errors->push_back({std::string(file), line.number, "word of 1024 bytes or more"});
+    } else {
+      words.push_back(std::move(word));
+    }
+  }
+  return words;
+}
+
+std::vector<TrieEntry> TrieEntries(const std::vector<SourceEntry>& entries) {
+  std::vector<TrieEntry> out;
+  out.reserve(entries.size());
+  for (const SourceEntry& e : entries) out.push_back(e.entry);
+  return out;
+}
+
+std::string WordListText(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& w : words) text += w + '\n';
+  return text;
+}
+
+}  // namespace eti::tools

@@ -1,0 +1,58 @@
+// Readable dictionary sources: UTF-8 text, one entry per line, key and value
+// separated by a tab; lines that start with '#' and blank lines are
+// ignored; a carriage return before the line feed is dropped.  Keys and
+// values are converted to CP949, the encoding the library reads.
+#ifndef EXTRACTOR_KR_TOOLS_COMMON_DICT_SOURCE_H_
+#define EXTRACTOR_KR_TOOLS_COMMON_DICT_SOURCE_H_
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "common/trie_format.h"
+
+namespace eti::tools {
+
+// What a trie source holds; each kind adds its own checks of the values.
+enum class DictKind {
+  kReplace,  // key -> replacement text
+  kTag,      // word -> tag list NAME or NAME[INT], comma-separated
+  kPattern,  // '*'-joined tag names -> token count
+  kUnit,     // '*'-joined item names -> unit name
+};
+
+// Parses "replace", "tag", "pattern" or "unit".
+bool ParseDictKind(std::string_view name, DictKind* kind);
+
+struct SourceError {
+  std::string file;
+  int line = 0;
+  std::string message;
+  std::string Format() const;  // "file:line: message"
+};
+
+struct SourceEntry {
+  TrieEntry entry;      // CP949 key and value
+  std::string keyUtf8;  // as written in the source
+  std::string valueUtf8;
+  int line = 0;
+};
+
+// Reads a trie source.  Every problem found is appended to *errors (all of
+// them, in line order); the result is usable only when none was found.
+std::vector<SourceEntry> ReadTrieSource(std::string_view text, std::string_view file,
+                                        DictKind kind, std::vector<SourceError>* errors);
+
+// Reads a word list source: one word per line, converted to CP949.
+std::vector<std::string> ReadWordSource(std::string_view text, std::string_view file,
+                                        std::vector<SourceError>* errors);
+
+// The entries' trie entries, for BuildTrieBlob.
+std::vector<TrieEntry> TrieEntries(const std::vector<SourceEntry>& entries);
+
+// The CP949 word list text of words, one per line.
+std::string WordListText(const std::vector<std::string>& words);
+
+}  // namespace eti::tools
+
+#endif  // EXTRACTOR_KR_TOOLS_COMMON_DICT_SOURCE_H_

@@ -1,0 +1,142 @@
+// Trie blob writer and reader; the layout is described in trie_format.h.
+#include "common/trie_format.h"
+
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <utility>
+
+#include "dict/btrie.h"
+#include "extractor_kr.h"
+
+namespace eti::tools {
+namespace {
+
+struct Node {
+  std::string label;
+  std::string value;
+  std::map<std::string, std::unique_ptr<Node>> children;  // byte order
+  int32_t id = -1;
+};
+
+size_t CharLength(const std::string& key, size_t i) {
+  return (static_cast<unsigned char>(key[i]) >= 0x80 && i + 1 < key.size()) ? 2 : 1;
+}
+
+void Insert(Node* root, const TrieEntry& e) {
+  Node* node = root;
+  for (size_t i = 0; i < e.key.size();) {
+    const size_t n = CharLength(e.key, i);
+    std::string label = e.key.substr(i, n);
+    auto& slot = node->children[label];
+    if (!slot) {
+      slot = std::make_unique<Node>();
+      slot->label = std::move(label);
+    }
+    node = slot.get();
+    i += n;
+  }
+  node->value = e.value;
+}
+
+// Numbers each chain's nodes consecutively, then descends chain by chain.
+void Number(Node* parent, std::vector<Node*>* order) {
+  for (auto& [label, child] : parent->children) {
+    child->id = static_cast<int32_t>(order->size());
+    order->push_back(child.get());
+  }
+  for (auto& [label, child] : parent->children) Number(child.get(), order);
+}
+
+void PutU32(std::string* out, size_t at, uint32_t v) {
+  for (int k = 0; k < 4; ++k) (*out)[at + k] = static_cast<char>((v >> (8 * k)) & 0xFF);
+}
+
+uint32_t GetU32(std::string_view s, size_t at) {
+  uint32_t v = 0;
+  for (int k = 0; k < 4; ++k) v |= static_cast<uint32_t>(static_cast<unsigned char>(s[at + k])) << (8 * k);
+  return v;
+}
+
+void Walk(const BTrie* trie, int32_t node, const std::string& prefix,
+          std::vector<TrieEntry>* out) {
+  for (; node != -1; node = trie->sibling[node]) {
+    const char* label = trie->pool + trie->labelOffset[node];
+    const char* value = label + std::strlen(label) + 1;
+    const std::string key = prefix + label;
+    if (value[0] != '\0') out->push_back({key, value});
+    Walk(trie, trie->child[node], key, out);
+  }
+}
+
+}  // namespace
+
+std::string BuildTrieBlob(const std::vector<TrieEntry>& entries) {
+  Node root;
+  for (const TrieEntry& e : entries) Insert(&root, e);
+  std::vector<Node*> order;
+  Number(&root, &order);
+
+  const uint32_t n = static_cast<uint32_t>(order.size());
+  std::string pool;
+  std::map<std::string, uint32_t> placed;  // label NUL value NUL -> offset
+  std::vector<uint32_t> offsets;
+  for (const Node* node : order) {
+    std::string strings = node->label + '\0' + node->value + '\0';
+    auto [it, fresh] = placed.emplace(strings, static_cast<uint32_t>(pool.size()));
+    if (fresh) pool += strings;
+    offsets.push_back(it->second);
+  }
+
+  std::string blob(8 + 12 * static_cast<size_t>(n), '\0');
+  PutU32(&blob, 0, n);
+  PutU32(&blob, 4, static_cast<uint32_t>(pool.size()));
+  for (uint32_t i = 0; i < n; ++i) {
+    const Node* node = order[i];
+    PutU32(&blob, 8 + 4 * i, 0xFFFFFFFF);  // linked below, chain by chain
+    PutU32(&blob, 8 + 4 * n + 4 * i,
+           node->children.empty() ? 0xFFFFFFFF
+                                  : static_cast<uint32_t>(node->children.begin()->second->id));
+    PutU32(&blob, 8 + 8 * n + 4 * i, offsets[i]);
+  }
+  std::vector<const Node*> parents = {&root};
+  for (const Node* node : order) parents.push_back(node);
+  for (const Node* parent : parents) {
+    const Node* previous = nullptr;
+    for (const auto& [label, child] : parent->children) {
+      if (previous != nullptr) PutU32(&blob, 8 + 4 * previous->id, static_cast<uint32_t>(child->id));
+      previous = child.get();
+    }
+  }
+  return blob + pool;
+}
+
+bool ReadTrieBlob(std::string_view blob, std::vector<TrieEntry>* entries,
+                  std::string* error) {
+  entries->clear();
+  if (blob.size() < 8) {
+    *error = "shorter than the 8-byte header";
+    return false;
+  }
+  const uint64_t claimed = 8 + 12 * static_cast<uint64_t>(GetU32(blob, 0)) + GetU32(blob, 4);
+  if (claimed != blob.size()) {
+    *error = "header claims " + std::to_string(claimed) + " bytes, file holds " +
+             std::to_string(blob.size());
+    return false;
+  }
+  std::unique_ptr<BTrie, TrieDeleter> trie;
+  {
+    BTrie* t = nullptr;
+    ETI_initEmptyBTrie(&t);
+    trie.reset(t);
+  }
+  if (ETI_loadBTrie(trie.get(), blob.data()) != 0) {
+    *error = "malformed trie (links or labels out of range, or a cycle)";
+    return false;
+  }
+  if (NodeCount(trie.get()) > 0) Walk(trie.get(), 0, "", entries);
+  return true;
+}
+
+}  // namespace eti::tools

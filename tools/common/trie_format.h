@@ -1,0 +1,48 @@
+// The trie blob format, written once for every writer of blobs (the
+// dictionary compiler and the tests).  The library keeps its own loader
+// (ETI_loadBTrie); ReadTrieBlob walks a blob through that loader.
+//
+// Layout (all integers 32-bit little-endian, offsets from the blob's start):
+//
+//   0        nodeCount N
+//   4        poolSize  S
+//   8        sibling[N]      next sibling of node i, 0xFFFFFFFF = none
+//   8+4N     child[N]        first child of node i, 0xFFFFFFFF = none
+//   8+8N     labelOffset[N]  offset of node i's strings in the pool
+//   8+12N    pool[S]         label NUL value NUL, per node
+//
+// A key is spelled by the labels from a top-level node down; node 0 opens
+// the top-level sibling chain.  A non-empty value marks the end of an entry.
+//
+// Shape written here: one node per character (one byte below 0x80, two bytes
+// for a CP949 double-byte character), so that a key runs out inside the trie
+// exactly at character boundaries; siblings in ascending byte order; chains
+// numbered depth first, each chain's nodes consecutive; identical
+// label+value strings share one place in the pool.  The same entries always
+// give the same bytes.
+#ifndef EXTRACTOR_KR_TOOLS_COMMON_TRIE_FORMAT_H_
+#define EXTRACTOR_KR_TOOLS_COMMON_TRIE_FORMAT_H_
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace eti::tools {
+
+struct TrieEntry {
+  std::string key;    // bytes in the dictionary's encoding, not empty
+  std::string value;  // not empty
+};
+
+// The blob of `entries`.  Keys must be distinct and non-empty, values
+// non-empty (the source reader guarantees it).
+std::string BuildTrieBlob(const std::vector<TrieEntry>& entries);
+
+// Every entry of a blob, in trie order.  False when the library's loader
+// rejects the blob or its size disagrees with its header.
+bool ReadTrieBlob(std::string_view blob, std::vector<TrieEntry>* entries,
+                  std::string* error);
+
+}  // namespace eti::tools
+
+#endif  // EXTRACTOR_KR_TOOLS_COMMON_TRIE_FORMAT_H_
