@@ -288,6 +288,66 @@ ETI_EXPORT char* getLineS(char* line, int32_t capacity, const char* source);
 ETI_EXPORT void SettingDefaultTime(ETS_CONTEXT* context, const char* settings);
 
 /* ------------------------------------------------------------------------ */
+/* Normalisation and tagging                                                 */
+/* ------------------------------------------------------------------------ */
+
+/* Rewrites `text` in place with the replacement trie: a final line feed is
+ * cut, then every longest key found (leftmost wins where two overlap) is
+ * replaced by a space and its value.  `text` must have room for ten times
+ * its length; replacements that would not fit are not applied.  Returns the
+ * applied hits (startPos = position in the text as it was), to be freed with
+ * ETI_free_retTypeBBT. */
+ETI_EXPORT retTypeBBT* ChangeStrDate(char* text, const void* replacementTrie);
+
+/* Drops every hit that starts inside an earlier kept one; returns the list. */
+ETI_EXPORT retTypeBBT* removeDuplicatedBBTResult(retTypeBBT* hits);
+
+/* Splices the hits' replacements into `text` (room for ten times its
+ * length); returns the number of hits applied. */
+ETI_EXPORT int32_t ReplaceMatchStr(retTypeBBT* hits, char* text);
+
+/* One tag attribute of a token. */
+typedef struct TAGATTR {
+  char name[64];  /* NUL-terminated tag name */
+  int32_t value;  /* its argument, ETI_UNSET when the entry had none */
+  struct TAGATTR* next;
+} TAGATTR;
+
+/* One token of the tagger. */
+typedef struct RETTAGS {
+  int32_t startPos;  /* byte offset in the analysed text */
+  char* text;        /* copy of the token's bytes */
+  int32_t length;    /* byte length of text */
+  TAGATTR* attrs;    /* at least one */
+  struct RETTAGS* next;
+} RETTAGS;
+
+/* Tags a text: every run of 1..8 digits ("NUM"), run of spaces ("SP"),
+ * separator (':' "T_SEP", '.' and '/' "D_SEP", '-' and '~' "Dur" 3) and every
+ * tag-trie entry starting at a character (all of them, longest first)
+ * becomes a token.  Returns the tokens in scan order, NULL for none; free
+ * them with Free_RETTAGS. */
+ETI_EXPORT RETTAGS* StackFinder(const char* text, const void* tagTrie);
+
+/* The scan of StackFinder over a loaded trie. */
+ETI_EXPORT RETTAGS* GetTypeFromBBT(const char* text, const BTrie* trie);
+
+/* Recognisers of the scan: each makes its token at `at` (the text at byte
+ * *pos) and leaves *pos on the last byte it consumed; NULL when the byte is
+ * not theirs (a run of nine or more digits makes no token, but *pos still
+ * moves to its last digit). */
+ETI_EXPORT RETTAGS* SepAutomata(const char* at, int32_t* pos);
+ETI_EXPORT RETTAGS* NumberAutomata(const char* at, int32_t* pos);
+ETI_EXPORT RETTAGS* SpaceAutomata(const char* at, int32_t* pos);
+
+/* The token of one tag-trie hit: attributes parsed from the value
+ * ("NAME" or "NAME[INT]", comma-separated; the last entry is the head). */
+ETI_EXPORT RETTAGS* MakeTagStruct(const retTypeBBT* hit);
+
+/* Frees a token, its attributes and every token after it. */
+ETI_EXPORT void Free_RETTAGS(RETTAGS* token);
+
+/* ------------------------------------------------------------------------ */
 /* Pipeline results                                                          */
 /* ------------------------------------------------------------------------ */
 
@@ -333,16 +393,54 @@ ETI_EXPORT RESULT_ETS* ETS(const char* text, const char* refTime,
 /* The content of a text: the text without the bytes that a result marks,
  * without a word of the word list that directly follows such a stretch, and
  * without its commas (all of them, once anything was found).  New heap text
- * that the caller frees; NULL when the word list cannot be loaded. */
+ * that the caller frees; NULL when the word list cannot be loaded (which
+ * happens only when memory runs out).  Only the first listed word that fits
+ * is taken, and an empty line stops the search at its place. */
 ETI_EXPORT char* getOthers(const char* text, const RESULT_ETS* list,
                            const char* wordList);
+
+/* A new map of `length` characters: '1' where some result marks the byte,
+ * '0' elsewhere.  NULL for a NULL list or a negative length. */
+ETI_EXPORT char* ConvRES2char(const RESULT_ETS* list, int32_t length);
+
+/* One result chosen from a non-empty list (the first, or the end of the
+ * first run of spans), as a new node whose start time has its unknown
+ * fields completed; its marks pointer is the chosen node's own, so free only
+ * the node. */
+ETI_EXPORT RESULT_ETS* SelectResult(const RESULT_ETS* list);
+
+/* Overall type of a found chain: 1 when a time is absolute, 3 or 10 when
+ * times are relative (without or with dates), 4 or 5 for dates only. */
+ETI_EXPORT int32_t GetDTtype(const DTINFO* list);
+
+/* New array of n entries: 1 where a[k] or b[k] is 1, else 0. */
+ETI_EXPORT int32_t* combineMarks(const int32_t* a, const int32_t* b, int32_t n);
+
+/* Pattern search over the tagger's tokens, which it frees: the found
+ * expressions as a DTINFO list in text order, with byte positions and marks
+ * over `text`; NULL for none. */
+ETI_EXPORT DTINFO* ExtAndComp(RETTAGS* tokens, const char* text,
+                              ETS_CONTEXT* context);
+
+/* Folds neighbouring records of the found list into compound records (a
+ * new list, never NULL); the found list is left to the caller. */
+ETI_EXPORT DTINFO* CompoundDTInfo(DTINFO* list, DTINFO* reference,
+                                  int32_t textLength, const char* text);
+
+/* Resolves every compound against the reference time in place; returns the
+ * head, or NULL when a date could not be formed (the caller frees the
+ * list). */
+ETI_EXPORT DTINFO* RestoreTime(DTINFO* list, DTINFO* reference,
+                               ETS_CONTEXT* context);
 
 /* Runs one extraction.  `refTime` is twelve digits YYYYMMDDhhmm; settings is
  * the settings text, a2..a5 the replacement, tag, pattern and unit-sequence
  * trie blobs, a6 the word list text.  Returns 0 after a run, with *results
  * the new list (NULL when nothing was found), or -1 when the reference time
  * is rejected (year 1970..2043, month 1..12, day 1..31, hour 0..24, minute
- * 0..60), leaving *results as it was. */
+ * 0..60), leaving *results as it was.  Every result carries the same
+ * content (see getOthers); should the word list fail to load for want of
+ * memory, the content is computed without it, and failing that is empty. */
 ETI_EXPORT int32_t ETI_Main(const char* text, TYPED_RESULT** results,
                             const char* refTime, const char* settings,
                             const void* a2, const void* a3, const void* a4,
@@ -358,6 +456,33 @@ ETI_EXPORT TYPED_RESULT* newType(const RESULT_ETS* list, const char* text,
 /* Character index of byte position bytePos of `text`: every byte of 0x80 or
  * above opens a two-byte character.  0 maps to 0, -1 to -1. */
 ETI_EXPORT int32_t charIndex(const char* text, int32_t bytePos);
+
+/* ------------------------------------------------------------------------ */
+/* Content extraction over marked-up texts (not used by ETI_Main)            */
+/* ------------------------------------------------------------------------ */
+
+/* The content of a text whose expressions are tagged <D> <T> <L> <C>: tags
+ * stripped, the entries of "rem_words.dic" in `dictionaryDir` applied,
+ * spaces tidied.  New text that the caller frees; NULL when the file cannot
+ * be opened, memory runs out or the text is 1024 bytes or longer. */
+ETI_EXPORT char* ExtractContent(const char* taggedText,
+                                const char* dictionaryDir);
+
+/* Writes `src` without its eight tags into `dst` (as large as src): 1, or 0
+ * (dst empty) for a text of 1024 bytes or more. */
+ETI_EXPORT int32_t RemoveDTTag(const char* src, char* dst);
+
+/* Wraps every run of '1' in `mask` around the text in <T> ... </T> and adds
+ * one trailing space.  New text that the caller frees; NULL when the two
+ * differ in length or the text is 1024 bytes or longer. */
+ETI_EXPORT char* ConvertData(const char* text, const char* mask);
+
+/* Removes every <T> ... </T> span of a tagged text together with the first
+ * listed particle (a word list text) that follows it, into `out` (as large
+ * as the text).  1, or 0 when the particle list cannot be built or the text
+ * is 1024 bytes or longer. */
+ETI_EXPORT int32_t RemoveDTwithJosa(const char* taggedText, char* out,
+                                    const char* particleList);
 
 #ifdef __cplusplus
 } /* extern "C" */

@@ -51,7 +51,10 @@ extern "C" int32_t ETI_Main(const char* text, TYPED_RESULT** results,
   RESULT_ETS* found = ETS(text, refTime, settings, a2, a3, a4, a5, &overallType);
   *results = newType(found, text, textLength);
 
+  // The word list fails to load only when memory runs out; the content is
+  // then computed without it, and failing that left empty.
   char* content = getOthers(text, found, a6);
+  if (content == nullptr) content = getOthers(text, found, "");
   for (TYPED_RESULT* t = *results; t != nullptr; t = t->next) {
     t->content = CopyText(content != nullptr ? content : "");
   }

@@ -1,13 +1,157 @@
-// The remainder text: what is left of the input once its expressions are
-// taken out.  Until the word list and the marks of real results are read
-// here, the content is empty.
+// Remainder text.  In: the input text, the pipeline's results and the word
+// list.  Out: the content shown with every result: the text without the
+// bytes any result marks, without a listed word that directly follows such
+// a stretch (a particle tied to the expression goes with it), and without
+// its commas.  ConvRES2char merges the results' marks into one map;
+// SelectResult picks one result of a list for callers who want a single
+// answer.
 #include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <vector>
 
 #include "extractor_kr.h"
 
-extern "C" char* getOthers(const char* /*text*/, const RESULT_ETS* /*list*/,
-                           const char* /*wordList*/) {
-  auto* empty = static_cast<char*>(std::malloc(1));
-  empty[0] = '\0';
-  return empty;
+namespace {
+
+constexpr char kKept = '0';
+constexpr char kRemoved = '1';
+constexpr char kRemovedComma = 1;
+
+struct MapDeleter {
+  void operator()(char* p) const { std::free(p); }
+};
+struct DicDeleter {
+  void operator()(DicHanddle* d) const { FreeDicHanddle(&d); }
+};
+
+char* Copy(const char* s, size_t n) {
+  auto* out = static_cast<char*>(std::malloc(n + 1));
+  std::memcpy(out, s, n);
+  out[n] = '\0';
+  return out;
 }
+
+// The first word of the list that the text continues with at `at`, in list
+// order; an empty word matches anywhere and so stops the search.
+const char* FollowingWord(const DicHanddle* words, const char* at) {
+  for (int32_t k = 0; k < words->count; ++k) {
+    const char* w = words->words[k];
+    if (w == nullptr) continue;
+    if (std::strncmp(at, w, std::strlen(w)) == 0) return w;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+extern "C" {
+
+char* ConvRES2char(const RESULT_ETS* list, int32_t length) {
+  if (list == nullptr || length < 0) return nullptr;
+  auto* map = static_cast<char*>(std::malloc(static_cast<size_t>(length) + 1));
+  std::memset(map, kKept, static_cast<size_t>(length));
+  for (const RESULT_ETS* r = list; r != nullptr; r = r->next) {
+    if (r->marks == nullptr) continue;
+    for (int32_t k = 0; k < length; ++k) {
+      if (r->marks[k] == 1) map[k] = kRemoved;
+    }
+  }
+  map[length] = '\0';
+  return map;
+}
+
+char* getOthers(const char* text, const RESULT_ETS* list, const char* wordList) {
+  if (text == nullptr) return nullptr;
+  const int32_t length = static_cast<int32_t>(std::strlen(text));
+  if (list == nullptr) return Copy(text, static_cast<size_t>(length));
+
+  DicHanddle* raw = nullptr;
+  if (InitDicHanddle(&raw) == 0) return nullptr;
+  std::unique_ptr<DicHanddle, DicDeleter> words(raw);
+  if (MakeDic(&raw, wordList != nullptr ? wordList : "") == 0) return nullptr;
+  std::unique_ptr<char, MapDeleter> map(ConvRES2char(list, length));
+
+  int32_t kept = 0;
+  bool afterRemoved = false;
+  for (int32_t i = 0; i < length;) {
+    char& m = map.get()[i];
+    if (m != kKept) {
+      if (m == kRemoved) afterRemoved = true;
+      ++i;
+    } else if (afterRemoved) {
+      afterRemoved = false;
+      const char* w = FollowingWord(words.get(), text + i);
+      if (w != nullptr && w[0] != '\0') {
+        const int32_t n = static_cast<int32_t>(std::strlen(w));
+        for (int32_t k = 0; k < n; ++k) map.get()[i + k] = kRemoved;
+        i += n;
+      }
+      // Otherwise the same byte is looked at again, now as an ordinary one.
+    } else if (text[i] == ',') {
+      m = kRemovedComma;
+      ++i;
+    } else {
+      ++kept;
+      ++i;
+    }
+  }
+
+  auto* out = static_cast<char*>(std::malloc(static_cast<size_t>(kept) + 1));
+  int32_t o = 0;
+  for (int32_t i = 0; i < length; ++i) {
+    if (map.get()[i] == kKept) out[o++] = text[i];
+  }
+  out[o] = '\0';
+  return out;
+}
+
+RESULT_ETS* SelectResult(const RESULT_ETS* list) {
+  if (list == nullptr) return nullptr;
+  auto* result = static_cast<RESULT_ETS*>(std::malloc(sizeof(RESULT_ETS)));
+  *result = *list;
+
+  if (list->next != nullptr) {
+    // Working copies of the list, with an unlink mark each.
+    std::vector<const RESULT_ETS*> nodes;
+    for (const RESULT_ETS* r = list; r != nullptr; r = r->next) nodes.push_back(r);
+    const int32_t count = static_cast<int32_t>(nodes.size());
+    std::vector<bool> unlinked(nodes.size(), false);
+    int32_t last[4] = {-1, -1, -1, -1};
+    for (int32_t k = 0; k < count; ++k) {
+      if (nodes[k]->spanFlag <= 3) last[nodes[k]->spanFlag] = k;
+    }
+    // Span flags 2 and 3 are never made by the pipeline; they are kept for
+    // callers who build their own lists.
+    if (last[1] != -1 && last[2] != -1 && last[1] + 1 < count &&
+        nodes[last[1] + 1]->spanFlag == 2) {
+      unlinked[last[1] + 1] = true;
+    }
+    if (last[3] != -1 && last[3] + 1 < count) unlinked[last[3] + 1] = true;
+
+    std::vector<int32_t> chain;
+    for (int32_t k = 0; k < count; ++k) {
+      if (!unlinked[k]) chain.push_back(k);
+    }
+    size_t at = 0;
+    while (at + 1 < chain.size() && nodes[chain[at + 1]]->spanFlag != 0) ++at;
+    *result = *nodes[chain[at]];
+  }
+
+  // Complete the start time: a known hour with an unknown minute gets minute
+  // 00, seconds are always 00, and every other unknown digit becomes 0.
+  char* t = result->startTime;
+  if (t[9] != 'F' && t[10] == 'F') {
+    t[10] = '0';
+    t[11] = '0';
+  }
+  t[12] = '0';
+  t[13] = '0';
+  for (int k = 0; k < 12; ++k) {
+    if (t[k] == 'F') t[k] = '0';
+  }
+  result->next = nullptr;
+  return result;
+}
+
+}  // extern "C"

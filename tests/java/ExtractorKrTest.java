@@ -18,6 +18,29 @@ public final class ExtractorKrTest {
   private static final ExtractorKr EXTRACTOR = new ExtractorKr();
   private static int failures = 0;
 
+  /** The six configuration arrays of a call. */
+  private static final class Dicts {
+    byte[] settings = EMPTY;
+    byte[] replace = EMPTY_TRIE;
+    byte[] tags = EMPTY_TRIE;
+    byte[] patterns = EMPTY_TRIE;
+    byte[] units = EMPTY_TRIE;
+    byte[] words = EMPTY;
+
+    static Dicts load(String dir) throws Exception {
+      Dicts d = new Dicts();
+      d.settings = Files.readAllBytes(Paths.get(dir, "settings.txt"));
+      d.replace = Files.readAllBytes(Paths.get(dir, "replace.bin"));
+      d.tags = Files.readAllBytes(Paths.get(dir, "tags.bin"));
+      d.patterns = Files.readAllBytes(Paths.get(dir, "patterns.bin"));
+      d.units = Files.readAllBytes(Paths.get(dir, "units.bin"));
+      d.words = Files.readAllBytes(Paths.get(dir, "words.dic"));
+      return d;
+    }
+  }
+
+  private static Dicts dicts = new Dicts();
+
   private static void check(boolean ok, String what) {
     System.out.println((ok ? "ok   " : "FAIL ") + what);
     if (!ok) failures++;
@@ -26,7 +49,8 @@ public final class ExtractorKrTest {
   private static String call(byte[] text, String ref) {
     byte[] out =
         EXTRACTOR.getTimeInfo_native(
-            text, EMPTY, EMPTY_TRIE, EMPTY_TRIE, EMPTY_TRIE, EMPTY_TRIE, EMPTY, ref);
+            text, dicts.settings, dicts.replace, dicts.tags, dicts.patterns, dicts.units,
+            dicts.words, ref);
     return out == null ? null : new String(out, CP949);
   }
 
@@ -49,6 +73,8 @@ public final class ExtractorKrTest {
   }
 
   public static void main(String[] args) throws Exception {
+    // The dictionary set compiled by dictc at build time, when given.
+    if (args.length > 0) dicts = Dicts.load(args[0]);
     check(call(EMPTY, "202405151030") == null, "an empty text gives null");
     check("[]".equals(call("hello".getBytes(CP949), "204401010000")),
         "a rejected reference time gives []");

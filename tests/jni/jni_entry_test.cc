@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "support/dict_builder.h"
+
 extern "C" jbyteArray
 Java_zelk_tarn_tm_wisp_service_entity_ExtractorKr_getTimeInfo_1native(
     JNIEnv*, jobject, jbyteArray, jbyteArray, jbyteArray, jbyteArray,
@@ -152,6 +154,17 @@ TEST_F(FakeJvm, ShortOrOverclaimingBlobsAndNullArraysAreSafe) {
       Java_zelk_tarn_tm_wisp_service_entity_ExtractorKr_getTimeInfo_1native(
           &env_, nullptr, Array("x"), nullptr, nullptr, nullptr, nullptr,
           nullptr, nullptr, String("202405151030"));
+  ASSERT_NE(out, nullptr);
+  EXPECT_EQ(std::string(A(out)->bytes.begin(), A(out)->bytes.end()), "[]");
+}
+
+TEST_F(FakeJvm, RealDictionariesRunEveryStage) {
+  const eti::testing::DictSet d = eti::testing::LoadDictSet("tests/data/e2e");
+  const std::string text = eti::testing::Cp949("낼 오후 3시에 봐요, 꼭");
+  jbyteArray out =
+      Java_zelk_tarn_tm_wisp_service_entity_ExtractorKr_getTimeInfo_1native(
+          &env_, nullptr, Array(text), Array(d.settings), Array(d.replace), Array(d.tags),
+          Array(d.patterns), Array(d.units), Array(d.words), String("202405151030"));
   ASSERT_NE(out, nullptr);
   EXPECT_EQ(std::string(A(out)->bytes.begin(), A(out)->bytes.end()), "[]");
 }

@@ -28,6 +28,21 @@ using TriePtr = std::unique_ptr<BTrie, TrieDeleter>;
 // A trie loaded from a source.
 TriePtr LoadSource(DictKind kind, std::string_view source);
 
+// A file of the source tree, read whole ("tests/data/e2e/tags.txt").
+std::string ReadSourceFile(const std::string& relative);
+
+// The six arrays of a call, compiled from the sources of a directory of the
+// source tree: settings.txt, replace.txt, tags.txt, patterns.txt, units.txt
+// and words.txt.
+struct DictSet {
+  std::string settings, replace, tags, patterns, units, words;
+};
+DictSet LoadDictSet(const std::string& relativeDir);
+
+// ETI_Main over a UTF-8 text with a dictionary set: the JSON array, in
+// UTF-8, or "REJECTED" when the reference time is refused.
+std::string Extract(const DictSet& dicts, const std::string& textUtf8, const std::string& ref);
+
 }  // namespace eti::testing
 
 #endif  // EXTRACTOR_KR_TESTS_SUPPORT_DICT_BUILDER_H_

@@ -1,0 +1,25 @@
+// Normalisation: the replacement trie rewrites the work text before it is
+// tagged, so that the many spellings of a date word reach the tagger in one
+// form.  ChangeStrDate, removeDuplicatedBBTResult and ReplaceMatchStr are
+// exported (public header); the pipeline calls the bounded form below.
+#ifndef EXTRACTOR_KR_ANALYSIS_NORMALISE_H_
+#define EXTRACTOR_KR_ANALYSIS_NORMALISE_H_
+
+#include <cstddef>
+
+#include "extractor_kr.h"
+
+namespace eti {
+
+// ChangeStrDate for a buffer of `capacity` bytes (terminator included):
+// a hit whose replacement would not fit is dropped with every hit after it,
+// so the returned hits always describe the rewritten text exactly.
+retTypeBBT* Normalise(char* text, size_t capacity, const void* replacementTrie);
+
+// ReplaceMatchStr within `capacity` bytes; drops (frees) the hits from the
+// first one that would not fit.  Returns the number applied.
+int32_t ReplaceWithin(retTypeBBT* hits, char* text, size_t capacity);
+
+}  // namespace eti
+
+#endif  // EXTRACTOR_KR_ANALYSIS_NORMALISE_H_
