@@ -348,6 +348,61 @@ ETI_EXPORT RETTAGS* MakeTagStruct(const retTypeBBT* hit);
 ETI_EXPORT void Free_RETTAGS(RETTAGS* token);
 
 /* ------------------------------------------------------------------------ */
+/* Interpretation of matched units                                           */
+/* ------------------------------------------------------------------------ */
+
+/* The records of one pattern match: the match's unit sequence (match->text,
+ * '*'-joined tag names) is cut into units by the unit-sequence trie, each
+ * unit's tokens (from `tokens`, an array of `count` token records) go to the
+ * handler named by the unit, the marker units "Position", "SetRelFlag" and
+ * "Duration" are applied, and the records are linked and validated.  NULL
+ * when the sequence cannot be cut, no unit made a record, or validation
+ * fails.  Free the list with Free_DTINFO.  May rewrite hyphen tokens of a
+ * numeric date in place. */
+ETI_EXPORT DTINFO* CalDTStr(const BTrie* unitSeqTrie, RETTAGS* tokens,
+                            int32_t count, const retTypeBBT* match);
+
+/* The units that tile a '*'-joined sequence exactly (hits of the unit
+ * trie at its start and after each '*'), or NULL. */
+ETI_EXPORT retTypeBBT* SearchTagSeq(const BTrie* unitSeqTrie, const char* text);
+
+/* Unit handlers: one new record from tokens[first..end), whose k-th token
+ * is read with the k-th item of unitSeq ("NUM*Hour"); NULL when a token has
+ * no attribute of its item's name. */
+ETI_EXPORT DTINFO* Cal_YUnit(RETTAGS* tokens, int32_t first, int32_t end, const char* unitSeq);
+ETI_EXPORT DTINFO* Cal_MUnit(RETTAGS* tokens, int32_t first, int32_t end, const char* unitSeq);
+ETI_EXPORT DTINFO* Cal_WUnit(RETTAGS* tokens, int32_t first, int32_t end, const char* unitSeq);
+ETI_EXPORT DTINFO* Cal_WeekDayUnit(RETTAGS* tokens, int32_t first, int32_t end,
+                                   const char* unitSeq);
+ETI_EXPORT DTINFO* Cal_DUnit(RETTAGS* tokens, int32_t first, int32_t end, const char* unitSeq);
+ETI_EXPORT DTINFO* Cal_hUnit(RETTAGS* tokens, int32_t first, int32_t end, const char* unitSeq);
+ETI_EXPORT DTINFO* Cal_mUnit(RETTAGS* tokens, int32_t first, int32_t end, const char* unitSeq);
+ETI_EXPORT DTINFO* Cal_sUnit(RETTAGS* tokens, int32_t first, int32_t end, const char* unitSeq);
+ETI_EXPORT DTINFO* Cal_rYUnit(RETTAGS* tokens, int32_t first, int32_t end, const char* unitSeq);
+ETI_EXPORT DTINFO* Cal_rMUnit(RETTAGS* tokens, int32_t first, int32_t end, const char* unitSeq);
+ETI_EXPORT DTINFO* Cal_rDUnit(RETTAGS* tokens, int32_t first, int32_t end, const char* unitSeq);
+ETI_EXPORT DTINFO* Cal_rHUnit(RETTAGS* tokens, int32_t first, int32_t end, const char* unitSeq);
+ETI_EXPORT DTINFO* Cal_pDUnit(RETTAGS* tokens, int32_t first, int32_t end, const char* unitSeq);
+
+/* Marker handlers: one token (end == first + 1) carrying "AM", "Morning" or
+ * "PM"; "Day" or "Night"; "LUN_CAL" or "SOL_CAL". */
+ETI_EXPORT DTINFO* Cal_AMPMUnit(RETTAGS* tokens, int32_t first, int32_t end);
+ETI_EXPORT DTINFO* Cal_DayNight(RETTAGS* tokens, int32_t first, int32_t end);
+ETI_EXPORT DTINFO* Cal_Lunar(RETTAGS* tokens, int32_t first, int32_t end);
+
+/* Numeric forms: a date written NUM D_SEP NUM [D_SEP NUM] (hyphens of a
+ * five-token date are rewritten in place to '/' D_SEP), a time written
+ * NUM T_SEP NUM [T_SEP NUM]. */
+ETI_EXPORT DTINFO* Cal_DSEP(RETTAGS* tokens, int32_t first, int32_t end);
+ETI_EXPORT DTINFO* Cal_TSEP(RETTAGS* tokens, int32_t first, int32_t end);
+
+/* Folds the records of one match (consumed) into one new record against the
+ * reference: absolute fields merged, offsets accumulated, AM/PM settled by
+ * day/night words, beginnings and ends of periods made concrete, bare weeks,
+ * months and years made whole periods, offsets applied or kept. */
+ETI_EXPORT DTINFO* AnalColSeq(DTINFO* list, const DTINFO* reference);
+
+/* ------------------------------------------------------------------------ */
 /* Pipeline results                                                          */
 /* ------------------------------------------------------------------------ */
 
