@@ -92,6 +92,18 @@ ETI_EXPORT int32_t DayOfRelWeekday(int32_t year, int32_t month, int32_t n,
  * be below 1.  0 when the date cannot be formed. */
 ETI_EXPORT int32_t FindFirstDayOfWeek(int32_t year, int32_t month, int32_t n);
 
+/* Converts a lunar date (Korean lunisolar calendar, years 1881..2100; earlier
+ * years count as 1881, later ones as 2100) to the Gregorian calendar in
+ * place.  isLeap = 1 asks for the leap month of that number.  Days past a
+ * month's end run on into the next.  Always 1. */
+ETI_EXPORT int32_t Lunar2Solar(int32_t* year, int32_t* month, int32_t* day, uint8_t isLeap);
+
+/* 1 for a Gregorian leap year, else 0. */
+ETI_EXPORT int32_t Mi_IsYunYear(int32_t year);
+
+/* Days of a Gregorian month; 0 for a month outside 1..12. */
+ETI_EXPORT int32_t Mi_HowManyDays(int32_t year, int32_t month);
+
 /* ------------------------------------------------------------------------ */
 /* Date-time record                                                          */
 /* ------------------------------------------------------------------------ */
@@ -473,9 +485,26 @@ ETI_EXPORT int32_t* combineMarks(const int32_t* a, const int32_t* b, int32_t n);
 
 /* Pattern search over the tagger's tokens, which it frees: the found
  * expressions as a DTINFO list in text order, with byte positions and marks
- * over `text`; NULL for none. */
+ * over `text`; NULL for none.  Each stretch of text covered by tokens is
+ * read in its best reading: one token per place, one attribute per token,
+ * the longest patterns taken greedily from the left, the reading that
+ * covers the most bytes winning (the first found on ties). */
 ETI_EXPORT DTINFO* ExtAndComp(RETTAGS* tokens, const char* text,
                               ETS_CONTEXT* context);
+
+/* The best reading of the covered bytes [from, to), given the `pathLen`
+ * tokens chosen before them in `path`: the found records with byte
+ * positions, or NULL.  `chains[p]` holds the tokens that start at byte p,
+ * linked through their next fields. */
+ETI_EXPORT DTINFO* SearchSubSeq(const int32_t* coverage, int32_t from, int32_t to,
+                                RETTAGS** chains, RETTAGS** path, int32_t pathLen,
+                                ETS_CONTEXT* context);
+
+/* Matches patterns greedily from the left along one path of `count` tokens:
+ * the records found, with seqBegin/seqEnd as token indexes; *consumed
+ * receives the index where matching stopped (count when it ran through). */
+ETI_EXPORT DTINFO* FindTS(RETTAGS** path, int32_t count, int32_t* consumed,
+                          ETS_CONTEXT* context);
 
 /* Folds neighbouring records of the found list into compound records (a
  * new list, never NULL); the found list is left to the caller. */
@@ -511,6 +540,30 @@ ETI_EXPORT TYPED_RESULT* newType(const RESULT_ETS* list, const char* text,
 /* Character index of byte position bytePos of `text`: every byte of 0x80 or
  * above opens a two-byte character.  0 maps to 0, -1 to -1. */
 ETI_EXPORT int32_t charIndex(const char* text, int32_t bytePos);
+
+/* ------------------------------------------------------------------------ */
+/* Compounding and restoration                                               */
+/* ------------------------------------------------------------------------ */
+
+/* 1 when partial record P cannot join compound K (they say the same thing
+ * twice, a compound with a time takes nothing more, or something other than
+ * blanks stands between them in `text`), else 0. */
+ETI_EXPORT int32_t CheckCollision(const DTINFO* compound, const DTINFO* partial,
+                                  const char* text);
+
+/* A new empty compound (relKind 0, n zeroed marks) linked behind `current`;
+ * *head becomes `current` when it was NULL. */
+ETI_EXPORT DTINFO* NewDTnfo(DTINFO** head, DTINFO* current, int32_t n);
+
+/* Converts a lunar record's year, month and day to the Gregorian calendar
+ * (never the leap month).  Returns what Lunar2Solar returns. */
+ETI_EXPORT int32_t ChangeLunarDate(DTINFO* record, const ETS_CONTEXT* context);
+
+/* Normalises a record through the calendar: the default century added to a
+ * year of 99 or less, the date (and, unless mode is -1, the time, with PM
+ * hours moved past noon) carried into range, week of the month and weekday
+ * filled.  Returns the record, or NULL when the date cannot be formed. */
+ETI_EXPORT DTINFO* ModifyDTInfo(DTINFO* record, int32_t mode, const ETS_CONTEXT* context);
 
 /* ------------------------------------------------------------------------ */
 /* Content extraction over marked-up texts (not used by ETI_Main)            */

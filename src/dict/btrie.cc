@@ -78,6 +78,27 @@ const char* Label(const BTrie* trie, int32_t node) {
 
 }  // namespace
 
+bool WalkStopsInside(const BTrie* trie, const char* key) {
+  const int32_t nodes = NodeCount(trie);
+  const char* cursor = key;
+  int32_t chain = 0;
+  const char* value = nullptr;
+  for (int32_t n = searchBBT(trie, cursor, chain, &value); n != -1;
+       n = searchBBT(trie, cursor, chain, &value)) {
+    cursor += std::strlen(Label(trie, n));
+    if (*cursor == '\0') return false;  // used up: a longer key walks on
+    chain = trie->child[n];
+  }
+  // Stopped with `cursor` left over.  A node whose label starts with all of
+  // it might still fit a longer key.
+  const size_t rest = std::strlen(cursor);
+  for (int32_t m = chain; m >= 0 && m < nodes; m = trie->sibling[m]) {
+    const char* label = Label(trie, m);
+    if (std::strlen(label) > rest && std::strncmp(label, cursor, rest) == 0) return false;
+  }
+  return true;
+}
+
 BTrie* LoadTrie(const void* blob) {
   BTrie* trie = nullptr;
   ETI_initEmptyBTrie(&trie);

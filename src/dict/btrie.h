@@ -20,6 +20,12 @@ inline bool IsHitList(const retTypeBBT* r) {
   return r != nullptr && r != ETI_BBT_PREFIX;
 }
 
+// Whether the longest-match walk of `key` from node 0 stops inside the key
+// for good: no node fits the rest of the key, and none could fit a longer
+// key that begins with this one.  Every key that begins with `key` then
+// gets the same longest-match result.
+bool WalkStopsInside(const BTrie* trie, const char* key);
+
 // A new BTrie loaded from `blob` (empty when the blob is rejected).
 BTrie* LoadTrie(const void* blob);
 

@@ -1,8 +1,200 @@
-// Compounding.  Until it lands, every found record stands alone.
+// Compounding.  In: the found records in text order (next Tuesday, 3 pm,
+// thirty minutes ...) and the reference.  Out: a new list of compound
+// records, each one point or span of time the writer meant.  A record joins
+// the current compound unless CheckCollision says it cannot; records that
+// count days after or before something are added to (or taken from) the
+// compound just closed, or the reference, as they are folded in.
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+
+#include "calendar/arith.h"
 #include "extractor_kr.h"
 #include "interpret/dtinfo.h"
 
-extern "C" DTINFO* CompoundDTInfo(DTINFO* /*list*/, DTINFO* /*reference*/,
-                                  int32_t /*textLength*/, const char* /*text*/) {
-  return eti::NewDTINFO();
+namespace eti {
+namespace {
+
+bool HasAny(const DTINFO& r, std::initializer_list<int32_t DTINFO::*> fields) {
+  for (int32_t DTINFO::*f : fields) {
+    if (IsSet(r.*f)) return true;
+  }
+  return false;
 }
+
+bool HasDateOrTime(const DTINFO& r) {
+  return HasAny(r, {&DTINFO::year, &DTINFO::month, &DTINFO::day, &DTINFO::week,
+                    &DTINFO::weekday, &DTINFO::hour, &DTINFO::minute, &DTINFO::second});
+}
+
+bool HasTime(const DTINFO& r) { return HasAny(r, {&DTINFO::hour, &DTINFO::minute, &DTINFO::second}); }
+
+DTINFO* NewCompound(int32_t n) {
+  DTINFO* c = NewDTINFO();
+  c->compoundMarks = static_cast<int32_t*>(std::calloc(n > 0 ? n : 1, sizeof(int32_t)));
+  c->relKind = 0;
+  return c;
+}
+
+// The fields every member hands on as they are: repeats, roles, markers,
+// the period block and the marks.
+void CopyCommon(const DTINFO& p, DTINFO* c, int32_t n) {
+  for (int32_t DTINFO::*f : {&DTINFO::repeatYear, &DTINFO::repeatMonth, &DTINFO::repeatWeek,
+                             &DTINFO::repeatDay, &DTINFO::repeatHour, &DTINFO::duration,
+                             &DTINFO::ampm, &DTINFO::dayNight, &DTINFO::lunar}) {
+    if (IsSet(p.*f)) c->*f = p.*f;
+  }
+  if (IsSet(p.spanKind)) {
+    for (int32_t DTINFO::*f : {&DTINFO::spanKind, &DTINFO::spanYear, &DTINFO::spanMonth,
+                               &DTINFO::spanDays, &DTINFO::spanReserved1,
+                               &DTINFO::spanReserved2, &DTINFO::spanReserved3}) {
+      c->*f = p.*f;
+    }
+  }
+  if (HasMarks(&p) && p.compoundMarks != nullptr) {
+    for (int32_t k = 0; k < n; ++k) {
+      if (p.compoundMarks[k] != 0) c->compoundMarks[k] = p.compoundMarks[k];
+    }
+  }
+  if (c->relKind == 0 && p.relKind == 5) c->relKind = 5;
+}
+
+// An afternoon compound moves an hour placed before it past noon.
+void AfternoonHour(DTINFO* c) {
+  if (c->ampm == 1 && c->hour < 12) c->hour = WAdd(c->hour, 12);
+}
+
+void Copy(const DTINFO& p, DTINFO* c, int32_t n) {
+  for (int32_t DTINFO::*f : {&DTINFO::year, &DTINFO::month, &DTINFO::day, &DTINFO::week,
+                             &DTINFO::weekday}) {
+    if (IsSet(p.*f)) c->*f = p.*f;
+  }
+  if (IsSet(p.hour)) {
+    c->hour = p.hour;
+    if (c->ampm == 1 && c->hour <= 11) c->hour += 12;
+  }
+  if (IsSet(p.minute)) {
+    c->minute = p.minute;
+    AfternoonHour(c);
+  }
+  if (IsSet(p.second)) {
+    c->second = p.second;
+    AfternoonHour(c);
+  }
+  // P's own AM/PM affects only the hours of later members.
+  if (IsSet(p.seqBegin)) c->seqBegin = p.seqBegin;
+  if (IsSet(p.seqEnd)) c->seqEnd = p.seqEnd;
+  CopyCommon(p, c, n);
+}
+
+// A member counted s (+1 after, -1 before) from the base record b.
+void Count(const DTINFO& p, DTINFO* b, const DTINFO& ref, int32_t s, DTINFO* c, int32_t n) {
+  c->lunar = b->lunar;
+  const auto from = [&](int32_t DTINFO::*f, int32_t DTINFO::*fallback) {
+    if (IsSet(p.*f)) {
+      c->*f = WAdd(IsSet(b->*f) ? b->*f : ref.*fallback, WMul(s, p.*f));
+    } else {
+      c->*f = b->*f;
+    }
+  };
+  from(&DTINFO::year, &DTINFO::year);
+  from(&DTINFO::month, &DTINFO::month);
+  from(&DTINFO::day, &DTINFO::day);
+  if (IsSet(p.week)) {
+    c->day = WAdd(c->day, WMul(WMul(s, 7), p.week));
+  } else {
+    c->week = b->week;
+  }
+  c->weekday = IsSet(p.weekday) ? p.weekday : b->weekday;
+
+  bool skipSmaller = false;
+  if (IsSet(p.hour)) {
+    if (!IsSet(b->hour)) b->hour = 0;  // the base gains a zero hour, for good
+    c->hour = WAdd(b->hour, WMul(s, p.hour));
+    if (!IsSet(c->minute)) c->minute = b->minute;
+    c->ampm = b->ampm;
+  } else if (!IsSet(p.minute) && !IsSet(p.second)) {
+    skipSmaller = true;
+  } else {
+    c->hour = b->hour;
+  }
+  if (!skipSmaller) {
+    for (int32_t DTINFO::*f : {&DTINFO::minute, &DTINFO::second}) {
+      if (IsSet(p.*f)) {
+        if (!IsSet(b->*f)) b->*f = 0;
+        c->*f = WAdd(b->*f, WMul(s, p.*f));
+        c->ampm = b->ampm;
+      } else {
+        c->*f = b->*f;
+      }
+    }
+  }
+  CopyCommon(p, c, n);
+}
+
+}  // namespace
+}  // namespace eti
+
+using eti::IsSet;
+
+extern "C" {
+
+int32_t CheckCollision(const DTINFO* k, const DTINFO* p, const char* text) {
+  if (k == nullptr || p == nullptr) return 0;
+  if (!eti::HasDateOrTime(*k)) return 0;  // an empty compound takes anything
+  if (!eti::HasDateOrTime(*p)) return 0;
+  if (k->spanKind == 1 || p->spanKind == 1) return 1;  // a whole period stands alone
+  if (IsSet(k->duration) && k->duration != -1) return 1;
+  if (p->duration == 0) return 1;
+  if (eti::HasTime(*k)) return 1;  // a compound with a time of day is complete
+  for (int32_t DTINFO::*f : {&DTINFO::year, &DTINFO::month, &DTINFO::day, &DTINFO::week}) {
+    if (IsSet(k->*f) && IsSet(p->*f)) return 1;
+  }
+  if (IsSet(p->weekday) && IsSet(k->weekday)) return 1;
+  if (!IsSet(p->weekday) && IsSet(p->day) && IsSet(k->weekday)) return 1;
+  if (IsSet(k->day) && IsSet(p->weekday)) return 1;
+  if (!IsSet(k->day) && !IsSet(k->weekday) && eti::HasTime(*p)) return 1;
+  // Only blanks may stand between the two.  An unset end reads as a very
+  // large position, so compounds of counted members alone always pass.
+  if (p->seqBegin <= k->seqEnd) return 0;
+  for (int32_t i = k->seqEnd; i < p->seqBegin; ++i) {
+    const char c = text != nullptr ? text[i] : '\0';
+    if (c != '\t' && c != '\n' && c != ' ') return 1;
+  }
+  return 0;
+}
+
+DTINFO* NewDTnfo(DTINFO** head, DTINFO* current, int32_t n) {
+  if (head != nullptr && *head == nullptr) *head = current;
+  DTINFO* c = eti::NewCompound(n);
+  if (current != nullptr) current->next = c;
+  return c;
+}
+
+DTINFO* CompoundDTInfo(DTINFO* list, DTINFO* reference, int32_t n, const char* text) {
+  DTINFO* compound = eti::NewCompound(n);
+  if (list == nullptr || reference == nullptr) return compound;
+  DTINFO* head = nullptr;
+  DTINFO* base = reference;
+  for (DTINFO* p = list; p != nullptr; p = p->next) {
+    // A date with a month and a day is no length of time.
+    if (p->duration == 0 && IsSet(p->month) && IsSet(p->day)) p->duration = eti::kUnset;
+    const bool counted = p->relKind == 2 || p->relKind == -2;
+    if (!counted) {
+      if (CheckCollision(compound, p, text) == 1) compound = NewDTnfo(&head, compound, n);
+      if (p->relKind == 5 && IsSet(p->second)) {
+        compound->ampm = reference->hour >= 12 && reference->hour <= 23 ? 1 : 0;
+      }
+      eti::Copy(*p, compound, n);
+    } else {
+      if (CheckCollision(compound, p, text) == 1) {
+        base = compound;  // later counts start from what was just closed
+        if (p->duration != -1) compound = NewDTnfo(&head, compound, n);
+      }
+      eti::Count(*p, base, *reference, p->relKind == 2 ? 1 : -1, compound, n);
+    }
+  }
+  return head != nullptr ? head : compound;
+}
+
+}  // extern "C"

@@ -1,7 +1,375 @@
-// Restoration.  Until it lands, records are returned as they are.
-#include "extractor_kr.h"
+// Restoration.  In: the compound records, the reference time and the
+// settings.  Out: the same records, each resolved to a real calendar date
+// and time.  What the text left open is filled from the anchors (the
+// reference, then each record once resolved), always preferring the nearest
+// moment that is not in the past: a day of the month that has gone by means
+// next month, an hour that has gone by today is tried in the afternoon and
+// otherwise means tomorrow.  Lunar dates are converted, two-digit years get
+// the default century and bare hours the afternoon defaults of the settings.
+#include <cstdlib>
+#include <cstring>
 
-extern "C" DTINFO* RestoreTime(DTINFO* list, DTINFO* /*reference*/,
-                               ETS_CONTEXT* /*context*/) {
+#include "calendar/arith.h"
+#include "calendar/calendar.h"
+#include "extractor_kr.h"
+#include "interpret/dtinfo.h"
+
+namespace eti {
+namespace {
+
+constexpr int32_t kLastYear = 2035;
+
+// Which date fields were taken from the anchor.
+enum class Fill { kNeither, kYear, kYearMonth };
+
+bool IsRangeEnd(const DTINFO* previous, const DTINFO& n) {
+  return previous != nullptr && previous->duration == 1 && n.duration == 2;
+}
+
+// The previous record keeps the anchors where they are for this one: it
+// opened a range that this one closes, or it is an open start (role 3).
+bool KeepsAnchors(const DTINFO* previous, const DTINFO& n) {
+  return IsRangeEnd(previous, n) || (previous != nullptr && previous->duration == 3);
+}
+
+bool SameDate(const DTINFO& a, const DTINFO& b) {
+  return a.year == b.year && a.month == b.month && a.day == b.day;
+}
+
+bool DateBefore(const DTINFO& n, const DTINFO& ref) {
+  return n.year < ref.year || (n.year == ref.year && n.month < ref.month) ||
+         (n.year == ref.year && n.month == ref.month && n.day < ref.day);
+}
+
+void CarryMonths(DTINFO* n) {
+  if (n->month > 12) {
+    const int32_t years = (n->month - 1) / 12;
+    n->month -= 12 * years;
+    n->year = WAdd(n->year, years);
+  }
+}
+
+// The lunar date of a record, kept so that rolls forward are made in the
+// lunar calendar.
+struct LunarDate {
+  bool active = false;
+  int32_t year = 0, month = 0, day = 0;
+
+  void Roll(DTINFO* n, int32_t months, int32_t years, const ETS_CONTEXT* ctx) {
+    month = WAdd(month, months);
+    year = WAdd(year, years);
+    if (month > 12) {
+      month -= 12;
+      year = WAdd(year, 1);
+    }
+    n->year = year;
+    n->month = month;
+    n->day = day;
+    ChangeLunarDate(n, ctx);
+  }
+};
+
+class Restorer {
+ public:
+  Restorer(DTINFO* head, DTINFO* ref, const ETS_CONTEXT* ctx)
+      : first_(head), ref_(ref), ctx_(ctx), dateAnchor_(ref), timeAnchor_(ref) {}
+
+  // False when the calendar could not form a record's date.
+  bool Restore(DTINFO* n);
+
+ private:
+  void Day(DTINFO* n, bool* dayTaken);
+  bool Time(DTINFO* n);
+  void RollForward(DTINFO* n, Fill fill, bool dayTaken, LunarDate* lunar);
+  void RollTime(DTINFO* n);
+  void AfternoonDefault(DTINFO* n, bool timeStated);
+  void SameDayAsReference(DTINFO* n, bool onlyTime);
+
+  DTINFO* first_;
+  DTINFO* ref_;
+  const ETS_CONTEXT* ctx_;
+  const DTINFO* dateAnchor_;
+  const DTINFO* timeAnchor_;
+  const DTINFO* previous_ = nullptr;
+};
+
+void Restorer::Day(DTINFO* n, bool* dayTaken) {
+  const DTINFO& a = *dateAnchor_;
+  if (IsSet(n->day)) {
+    if (n->spanKind != 1) n->hasDate = 1;
+  } else if (!IsSet(n->week) && !IsSet(n->weekday)) {
+    n->day = a.day;
+    *dayTaken = true;
+  } else if (!IsSet(n->week)) {
+    if (n->spanKind != 1) n->hasDate = 1;
+    n->week = a.week;
+    // A Sunday reference is the last day of its week, for every later
+    // record too.
+    if (ref_->weekday == 0) ref_->weekday = 7;
+    // A weekday that has come or gone this week means next week's.
+    if (n->weekday <= ref_->weekday && n->week == ref_->week && n->month == ref_->month) {
+      n->week = WAdd(n->week, 1);
+    }
+    if (IsRangeEnd(previous_, *n) && n->weekday < previous_->weekday &&
+        n->week == previous_->week && n->month == previous_->month) {
+      n->week = WAdd(n->week, 1);
+    }
+    n->day = DayOfRelWeekday(n->year, n->month, n->week, n->weekday);
+  } else {
+    if (!IsSet(n->weekday)) {
+      if (n->spanKind == 1) {
+        n->weekday = 1;  // a whole week starts on Monday
+      } else {
+        n->day = a.day;
+        *dayTaken = true;
+        return;
+      }
+    }
+    if (n->spanKind != 1) n->hasDate = 1;
+    n->day = DayOfRelWeekday(n->year, n->month, n->week, n->weekday);
+  }
+}
+
+// Fills the time; returns whether the text stated one.
+bool Restorer::Time(DTINFO* n) {
+  const bool h = IsSet(n->hour), m = IsSet(n->minute), s = IsSet(n->second);
+  const bool relative = n->relKind != 0;
+  if (!h && !m && !s) {
+    if (relative) {
+      n->hour = ref_->hour;
+      n->minute = ref_->minute;
+      n->second = ref_->second;
+    }
+  } else if (h) {
+    n->hasTime = 1;
+    if (IsSet(n->ampm)) n->hasAmPm = 1;
+    if (!m) n->minute = relative ? ref_->minute : 0;
+    if (!s) n->second = relative ? ref_->second : 0;
+  } else if (m) {
+    n->hasTime = 1;
+    if (IsSet(n->ampm)) n->hasAmPm = 1;
+    // The next time the clock shows that minute.
+    n->hour = n->minute < ref_->minute ? WAdd(ref_->hour, 1) : ref_->hour;
+    if (!s) n->second = relative ? ref_->second : 0;
+  } else {
+    n->hasTime = 1;
+    n->hour = ref_->hour;
+    n->minute = n->second < ref_->second ? WAdd(ref_->minute, 1) : ref_->minute;
+  }
+  if (n != first_ && !IsSet(n->ampm) && IsSet(first_->ampm)) n->ampm = first_->ampm;
+  return h || m || s;
+}
+
+// An hour given without a date, against the time anchor.
+void Restorer::RollTime(DTINFO* n) {
+  if (n->ampm == 1 && n->hour < 12) n->hour += 12;
+  const bool compare =
+      previous_ == nullptr || (SameDate(*n, *previous_) && KeepsAnchors(previous_, *n));
+  const DTINFO& t = *timeAnchor_;
+  if (!compare || !IsSet(t.hour) || !IsSet(n->hour)) return;
+  const bool knownHalf = IsSet(n->ampm);
+  if (n->hour < t.hour) {
+    if (!knownHalf && n->hour >= 1 && n->hour <= 12) {
+      // Try the afternoon first; if that has gone by too, tomorrow morning.
+      const int32_t pm = n->hour + 12;
+      if (pm > t.hour || (pm == t.hour && (!IsSet(t.minute) || t.minute <= n->minute))) {
+        n->hour = pm;
+      } else {
+        n->day = WAdd(n->day, 1);
+      }
+    } else if (!knownHalf && n->hour == 0) {
+      n->day = WAdd(n->day, 1);
+    } else if (!knownHalf && n->hour >= 13 && n->hour <= 24) {
+      // A past afternoon hour becomes the same hour of the next morning.
+      n->hour -= 12;
+      n->day = WAdd(n->day, 1);
+    } else if (knownHalf) {
+      n->day = WAdd(n->day, 1);
+    }
+  } else if (n->hour == t.hour && IsSet(t.minute) && t.minute > n->minute) {
+    if (!knownHalf && n->hour <= 12) {
+      n->hour += 12;
+    } else if (!knownHalf && n->hour >= 13 && n->hour <= 24) {
+      n->hour -= 12;
+      n->day = WAdd(n->day, 1);
+    } else if (knownHalf) {
+      n->day = WAdd(n->day, 1);
+    }
+  }
+}
+
+void Restorer::RollForward(DTINFO* n, Fill fill, bool dayTaken, LunarDate* lunar) {
+  const DTINFO& a = *dateAnchor_;
+  if (fill == Fill::kYearMonth && !dayTaken) {
+    if (n->day < 1 || n->day > 31) return;
+    // A day before the range's start, or before today in this month, means
+    // next month.
+    const bool advance =
+        (IsRangeEnd(previous_, *n) && n->month == previous_->month && n->day < previous_->day) ||
+        (n->month == ref_->month && n->day < ref_->day);
+    if (!advance) return;
+    if (lunar->active) return lunar->Roll(n, 1, 0, ctx_);
+    n->month = WAdd(n->month, 1);
+    if (n->month > 12) {
+      n->month -= 12;
+      n->year = WAdd(n->year, 1);
+    }
+  } else if (fill == Fill::kYear) {
+    if (n->month < 1 || n->month > 12) return;
+    const bool firstOrRangeEnd = previous_ == nullptr || IsRangeEnd(previous_, *n);
+    bool advance =
+        (firstOrRangeEnd && n->year == a.year &&
+         (n->month < a.month || (n->month == a.month && n->day < a.day))) ||
+        (n->year == ref_->year && n->month < ref_->month) ||
+        (n->year == ref_->year && n->month == ref_->month && n->day < ref_->day);
+    // A whole month of this month stays in this year.
+    if (n->spanKind == 1 && !IsSet(n->week) && !IsSet(n->weekday) && n->year == ref_->year &&
+        n->month == ref_->month) {
+      advance = false;
+    }
+    if (!advance) return;
+    if (lunar->active) return lunar->Roll(n, 0, 1, ctx_);
+    n->year = WAdd(n->year, 1);
+    if (IsSet(n->week) && IsSet(n->weekday)) {
+      n->day = DayOfRelWeekday(n->year, n->month, n->week, n->weekday);
+    }
+  } else if (fill == Fill::kYearMonth && dayTaken) {
+    RollTime(n);
+  }
+}
+
+void Restorer::AfternoonDefault(DTINFO* n, bool timeStated) {
+  if (IsSet(n->ampm) || !timeStated || n->hour < 0 || n->hour > 11 || n->relKind == 5) return;
+  if (ctx_ == nullptr || ctx_->defaultAmPm[n->hour] != 2) return;
+  if (KeepsAnchors(previous_, *n) && previous_->hasTime == 1) {
+    // The end of a range stays in the start's half of the day unless it
+    // falls on a day of its own.
+    if (!SameDate(*n, *previous_) && n->hasDate == 1 && n->hour != 0) n->hour += 12;
+  } else if (n->hour != 0) {
+    n->hour += 12;
+  }
+}
+
+void Restorer::SameDayAsReference(DTINFO* n, bool onlyTime) {
+  if (!SameDate(*n, *ref_)) return;
+  if (n->ampm == 1) {
+    if (n->hour < 12) n->hour += 12;
+    if (onlyTime && (n->hour < ref_->hour ||
+                     (n->hour == ref_->hour && n->minute < ref_->minute))) {
+      n->day = WAdd(n->day, 1);
+    }
+  } else if (n->hour < ref_->hour || (n->hour == ref_->hour && n->minute < ref_->minute)) {
+    if (n->hour <= 12 && !IsSet(n->ampm)) {
+      if (n->hour != 0) n->hour += 12;
+    } else if (onlyTime) {
+      n->day = WAdd(n->day, 1);
+    }
+  }
+}
+
+bool Restorer::Restore(DTINFO* n) {
+  n->hasDate = n->hasTime = n->hasAmPm = 0;
+  if (IsSet(n->year) && n->year > kLastYear) return true;
+  if (n->duration == 0) return true;  // a length of time is no moment
+
+  const DTINFO& a = *dateAnchor_;
+  Fill fill = Fill::kNeither;
+  if (!IsSet(n->year)) {
+    n->year = a.year;
+    fill = Fill::kYear;
+    if (!IsSet(n->month)) {
+      n->month = a.month;
+      fill = Fill::kYearMonth;
+    }
+  } else {
+    if (n->year <= 99 && ctx_ != nullptr) n->year = WAdd(n->year, ctx_->defaultCentury);
+    if (!IsSet(n->month)) n->month = a.month;
+  }
+  CarryMonths(n);
+
+  bool dayTaken = false;
+  Day(n, &dayTaken);
+  const bool timeStated = Time(n);
+  const bool onlyTime = fill == Fill::kYearMonth && dayTaken;
+
+  LunarDate lunar;
+  if (n->lunar == 1) {
+    lunar = {true, n->year, n->month, n->day};
+    ChangeLunarDate(n, ctx_);
+  }
+  RollForward(n, fill, dayTaken, &lunar);
+  AfternoonDefault(n, timeStated);
+  SameDayAsReference(n, onlyTime);
+
+  if (n->year > kLastYear) return true;  // left for the pipeline to drop
+  int32_t date[3] = {n->year, n->month, n->day};
+  int32_t time[3] = {n->hour, n->minute, n->second};
+  std::free(dateTimeRevalidate(date, time));
+  n->year = date[0];
+  n->month = date[1];
+  n->day = date[2];
+  n->hour = time[0];
+  n->minute = time[1];
+  n->second = time[2];
+  if (n->hour == 0) n->ampm = 0;
+  if (ModifyDTInfo(n, timeStated ? 0 : -1, ctx_) == nullptr) return false;
+
+  // Anchors stay for the end of a range, after an open start, and for a
+  // whole period that lies before the reference date.
+  const bool stay = KeepsAnchors(previous_, *n) || (n->spanKind == 1 && DateBefore(*n, *ref_));
+  previous_ = n;
+  if (!stay) dateAnchor_ = timeAnchor_ = n;
+  return true;
+}
+
+}  // namespace
+}  // namespace eti
+
+using eti::IsSet;
+
+extern "C" {
+
+int32_t ChangeLunarDate(DTINFO* record, const ETS_CONTEXT* /*context*/) {
+  if (record == nullptr) return 1;
+  // The system never asks for a leap month.
+  return Lunar2Solar(&record->year, &record->month, &record->day, 0);
+}
+
+DTINFO* ModifyDTInfo(DTINFO* r, int32_t mode, const ETS_CONTEXT* ctx) {
+  if (r == nullptr) return nullptr;
+  if (r->year <= 99 && ctx != nullptr) r->year = eti::WAdd(r->year, ctx->defaultCentury);
+  ETI_TM tm{};
+  tm.tm_year = eti::WSub(r->year, 1900);
+  tm.tm_mon = eti::WSub(r->month, 1);
+  tm.tm_mday = r->day;
+  if (mode != -1) {
+    const auto orZero = [](int32_t v) { return IsSet(v) ? v : 0; };
+    tm.tm_hour = orZero(r->hour);
+    tm.tm_min = orZero(r->minute);
+    tm.tm_sec = orZero(r->second);
+    if (r->ampm == 1 && tm.tm_hour < 12) tm.tm_hour += 12;
+  }
+  if (date2Sec(&tm) == -1) return nullptr;
+  r->year = eti::WAdd(tm.tm_year, 1900);
+  r->month = tm.tm_mon + 1;
+  r->day = tm.tm_mday;
+  r->week = eti::WeekOfMonth(tm.tm_mday, tm.tm_wday);
+  r->weekday = tm.tm_wday;
+  if (mode != -1) {
+    r->hour = tm.tm_hour;
+    r->minute = tm.tm_min;
+    r->second = tm.tm_sec;
+  }
+  return r;
+}
+
+DTINFO* RestoreTime(DTINFO* list, DTINFO* reference, ETS_CONTEXT* context) {
+  if (list == nullptr || reference == nullptr) return nullptr;
+  eti::Restorer restorer(list, reference, context);
+  for (DTINFO* n = list; n != nullptr; n = n->next) {
+    if (!restorer.Restore(n)) return nullptr;
+  }
   return list;
 }
+
+}  // extern "C"

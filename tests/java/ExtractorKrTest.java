@@ -8,24 +8,25 @@ import java.util.concurrent.Callable;
 import java.util.concurrent.ExecutorService;
 import java.util.concurrent.Executors;
 import java.util.concurrent.Future;
+import java.util.regex.Matcher;
+import java.util.regex.Pattern;
 import zelk.tarn.tm.wisp.service.entity.ExtractorKr;
 
 /** JVM tests of the native method against the built library. */
 public final class ExtractorKrTest {
   private static final Charset CP949 = Charset.forName("MS949");
   private static final byte[] EMPTY = new byte[0];
-  private static final byte[] EMPTY_TRIE = new byte[8];
   private static final ExtractorKr EXTRACTOR = new ExtractorKr();
   private static int failures = 0;
 
   /** The six configuration arrays of a call. */
   private static final class Dicts {
-    byte[] settings = EMPTY;
-    byte[] replace = EMPTY_TRIE;
-    byte[] tags = EMPTY_TRIE;
-    byte[] patterns = EMPTY_TRIE;
-    byte[] units = EMPTY_TRIE;
-    byte[] words = EMPTY;
+    byte[] settings;
+    byte[] replace;
+    byte[] tags;
+    byte[] patterns;
+    byte[] units;
+    byte[] words;
 
     static Dicts load(String dir) throws Exception {
       Dicts d = new Dicts();
@@ -39,7 +40,7 @@ public final class ExtractorKrTest {
     }
   }
 
-  private static Dicts dicts = new Dicts();
+  private static Dicts dicts;
 
   private static void check(boolean ok, String what) {
     System.out.println((ok ? "ok   " : "FAIL ") + what);
@@ -54,6 +55,65 @@ public final class ExtractorKrTest {
     return out == null ? null : new String(out, CP949);
   }
 
+  private static final Pattern ELEMENT =
+      Pattern.compile(
+          "\\{\"resultType\":\"(\\d)\",\"startTime\":\"(\\w+)\",\"endTime\":\"(\\w+)\","
+              + "\"beginIndex\":\"(-?\\d+)\",\"endIndex\":\"(-?\\d+)\","
+              + "\"content\":\"((?:[^\"\\\\]|\\\\.)*)\",\"inputInformStart\":\"(\\d+)\","
+              + "\"inputInformEnd\":\"(\\d+)\",\"cycle\":\"(\\d+)\"\\}");
+
+  /** The compact form of a JSON answer used by the case files; content[0] gets the content. */
+  private static String summary(String json, String[] content) {
+    StringBuilder out = new StringBuilder();
+    content[0] = "";
+    Matcher m = ELEMENT.matcher(json);
+    boolean first = true;
+    while (m.find()) {
+      if (out.length() > 0) out.append(" | ");
+      if (m.group(1).equals("2")) {
+        out.append(m.group(2)).append('~').append(m.group(3)).append(' ')
+            .append(m.group(7)).append('/').append(m.group(8));
+      } else {
+        out.append(m.group(2)).append(' ').append(m.group(7));
+      }
+      out.append('@').append(m.group(4)).append('-').append(m.group(5));
+      if (!m.group(9).equals("00000000000000")) out.append(" every ").append(m.group(9));
+      if (first) content[0] = m.group(6);
+      first = false;
+    }
+    return out.length() == 0 ? "-" : out.toString();
+  }
+
+  /** One case of a case file: reference, text, expected summary, content. */
+  private static final class Case {
+    final String where;
+    final String ref;
+    final String text;
+    final String expected;
+    final String content;
+
+    Case(String where, String[] cols) {
+      this.where = where;
+      this.ref = cols[0];
+      this.text = cols[1];
+      this.expected = cols[2];
+      this.content = cols[3];
+    }
+  }
+
+  private static List<Case> readCases(String path) throws Exception {
+    List<Case> cases = new ArrayList<>();
+    List<String> lines = Files.readAllLines(Paths.get(path), java.nio.charset.StandardCharsets.UTF_8);
+    for (int i = 0; i < lines.size(); i++) {
+      String line = lines.get(i);
+      if (line.isEmpty() || line.startsWith("#")) continue;
+      String[] cols = line.split("\t", -1);
+      if (cols.length != 4) throw new IllegalStateException(path + ":" + (i + 1) + ": 4 columns expected");
+      cases.add(new Case(path + ":" + (i + 1), cols));
+    }
+    return cases;
+  }
+
   private static long residentKiB() throws Exception {
     for (String line : Files.readAllLines(Paths.get("/proc/self/status"))) {
       if (line.startsWith("VmRSS:")) {
@@ -63,51 +123,55 @@ public final class ExtractorKrTest {
     throw new IllegalStateException("no VmRSS");
   }
 
-  private static List<String> inputs() {
-    List<String> texts = new ArrayList<>();
-    String[] words = {"내일 오후 3시에 만나요", "다음주 화요일", "7월 13일부터 15일까지", "hello", "\"인용\""};
-    for (int i = 0; i < 40; i++) {
-      texts.add(words[i % words.length] + " " + i);
-    }
-    return texts;
-  }
-
   public static void main(String[] args) throws Exception {
-    // The dictionary set compiled by dictc at build time, when given.
-    if (args.length > 0) dicts = Dicts.load(args[0]);
+    // The dictionary set compiled by dictc at build time, and its cases.
+    dicts = Dicts.load(args[0]);
+    List<Case> cases = readCases(args[1]);
+
     check(call(EMPTY, "202405151030") == null, "an empty text gives null");
-    check("[]".equals(call("hello".getBytes(CP949), "204401010000")),
+    check("[]".equals(call("내일 3시".getBytes(CP949), "204401010000")),
         "a rejected reference time gives []");
-    check("[]".equals(call("hello".getBytes(CP949), "")), "an empty reference time gives []");
-    check("[]".equals(call("내일 오후 3시".getBytes(CP949), "202405151030")),
-        "a valid call answers an array");
+    check("[]".equals(call("내일 3시".getBytes(CP949), "")), "an empty reference time gives []");
+
+    int wrong = 0;
+    for (Case c : cases) {
+      String[] content = new String[1];
+      String got = summary(call(c.text.getBytes(CP949), c.ref), content);
+      if (!got.equals(c.expected) || (!c.expected.equals("-") && !content[0].equals(c.content))) {
+        System.out.println(c.where + ": " + c.text + "\n  want " + c.expected + " [" + c.content
+            + "]\n  got  " + got + " [" + content[0] + "]");
+        wrong++;
+      }
+    }
+    check(wrong == 0, "the " + cases.size() + " end-to-end cases give their expected answers");
 
     // Memory: a large text makes any per-call leak of the copies visible.
-    char[] filler = new char[32 * 1024];
-    Arrays.fill(filler, '가');
-    byte[] big = new String(filler).getBytes(CP949);
-    for (int i = 0; i < 300; i++) call(big, "202405151030");
+    // It holds one expression, so that every stage runs while the answer
+    // (which repeats the content in every result) stays small.
+    StringBuilder big = new StringBuilder("내일 오후 3시부터 5시까지 회의, ");
+    while (big.length() < 16000) big.append("가나다라 마바사 아자차카 타파하, ");
+    byte[] bigText = big.toString().getBytes(CP949);
+    for (int i = 0; i < 200; i++) call(bigText, "202405151030");
     long before = residentKiB();
-    for (int i = 0; i < 2000; i++) call(big, "202405151030");
+    for (int i = 0; i < 2000; i++) call(bigText, "202405151030");
     long after = residentKiB();
     System.out.println("resident memory: " + before + " KiB before, " + after + " KiB after 2000 calls");
     check(after - before < 8 * 1024, "2000 calls do not grow the process's memory");
 
     // Threads: eight callers at once get the single-threaded answers.
-    List<String> texts = inputs();
     List<String> expected = new ArrayList<>();
-    for (String t : texts) expected.add(call(t.getBytes(CP949), "202405151030"));
+    for (Case c : cases) expected.add(call(c.text.getBytes(CP949), c.ref));
     ExecutorService pool = Executors.newFixedThreadPool(8);
     List<Future<Boolean>> futures = new ArrayList<>();
     for (int t = 0; t < 8; t++) {
       final int offset = t;
       Callable<Boolean> job =
           () -> {
-            for (int round = 0; round < 50; round++) {
-              for (int i = 0; i < texts.size(); i++) {
-                int k = (i + offset) % texts.size();
-                String got = call(texts.get(k).getBytes(CP949), "202405151030");
-                if (!expected.get(k).equals(got)) return false;
+            for (int round = 0; round < 40; round++) {
+              for (int i = 0; i < cases.size(); i++) {
+                int k = (i + offset) % cases.size();
+                Case c = cases.get(k);
+                if (!expected.get(k).equals(call(c.text.getBytes(CP949), c.ref))) return false;
               }
             }
             return true;

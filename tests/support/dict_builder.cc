@@ -66,4 +66,75 @@ std::string Extract(const DictSet& d, const std::string& textUtf8, const std::st
   return out;
 }
 
+namespace {
+
+// The value of "key":"..." at or after `at` in a JSON element of the fixed
+// format (values never hold an unescaped quote); `at` moves past it.
+std::string Field(const std::string& json, const char* key, size_t* at) {
+  const std::string open = std::string("\"") + key + "\":\"";
+  size_t from = json.find(open, *at);
+  if (from == std::string::npos) {
+    ADD_FAILURE() << "no " << key << " in " << json;
+    *at = json.size();
+    return "";
+  }
+  from += open.size();
+  size_t to = from;
+  while (to < json.size() && json[to] != '"') to += json[to] == '\\' ? 2 : 1;
+  *at = to + 1;
+  return json.substr(from, to - from);
+}
+
+}  // namespace
+
+std::string Summary(const std::string& json, std::string* content) {
+  std::string out;
+  content->clear();
+  size_t at = 0;
+  for (bool first = true; json.find("{\"resultType\"", at) != std::string::npos; first = false) {
+    const std::string type = Field(json, "resultType", &at);
+    const std::string start = Field(json, "startTime", &at);
+    const std::string end = Field(json, "endTime", &at);
+    const std::string begin = Field(json, "beginIndex", &at);
+    const std::string endIndex = Field(json, "endIndex", &at);
+    const std::string text = Field(json, "content", &at);
+    const std::string flags = Field(json, "inputInformStart", &at);
+    const std::string endFlags = Field(json, "inputInformEnd", &at);
+    const std::string cycle = Field(json, "cycle", &at);
+    if (!out.empty()) out += " | ";
+    out += type == "2" ? start + "~" + end + " " + flags + "/" + endFlags : start + " " + flags;
+    out += "@" + begin + "-" + endIndex;
+    if (cycle != "00000000000000") out += " every " + cycle;
+    if (first) *content = text;
+  }
+  return out.empty() ? "-" : out;
+}
+
+std::vector<Case> ReadCases(const std::string& relativePath) {
+  std::vector<Case> cases;
+  const std::string text = ReadSourceFile(relativePath);
+  int number = 0;
+  size_t start = 0;
+  while (start < text.size()) {
+    size_t end = text.find('\n', start);
+    if (end == std::string::npos) end = text.size();
+    const std::string line = text.substr(start, end - start);
+    start = end + 1;
+    ++number;
+    if (line.empty() || line[0] == '#') continue;
+    std::vector<std::string> cols;
+    size_t from = 0;
+    for (size_t tab; (tab = line.find('\t', from)) != std::string::npos; from = tab + 1) {
+      cols.push_back(line.substr(from, tab - from));
+    }
+    cols.push_back(line.substr(from));
+    if (cols.size() != 4) {
+      ADD_FAILURE() << relativePath << ":" << number << ": expected 4 tab-separated columns";
+      continue;
+    }
+    cases.push_back({number, cols[0], cols[1], cols[2], cols[3]});
+  }
+  return cases;
+}
+
 }  // namespace eti::testing

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "common/cp949.h"
 #include "common/dict_source.h"
@@ -42,6 +43,19 @@ DictSet LoadDictSet(const std::string& relativeDir);
 // ETI_Main over a UTF-8 text with a dictionary set: the JSON array, in
 // UTF-8, or "REJECTED" when the reference time is refused.
 std::string Extract(const DictSet& dicts, const std::string& textUtf8, const std::string& ref);
+
+// The JSON array of a call in the compact form of the case files: per result
+// START FLAGS@BEGIN-END (a point) or START~END FLAGS/ENDFLAGS@BEGIN-END (a
+// span), " every CYCLE" when it repeats, joined by " | "; "-" for none.
+// *content receives the content of the first result.
+std::string Summary(const std::string& json, std::string* content);
+
+// One line of a case file: reference, text, expected summary, content.
+struct Case {
+  int line = 0;
+  std::string ref, text, expected, content;
+};
+std::vector<Case> ReadCases(const std::string& relativePath);
 
 }  // namespace eti::testing
 

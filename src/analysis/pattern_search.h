@@ -1,0 +1,48 @@
+// Pattern search: ExtAndComp, SearchSubSeq and FindTS are exported (public
+// header).  The choice of the best pattern at one start of a path is
+// exposed here, for the test that checks it against the plain enumeration.
+#ifndef EXTRACTOR_KR_ANALYSIS_PATTERN_SEARCH_H_
+#define EXTRACTOR_KR_ANALYSIS_PATTERN_SEARCH_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "extractor_kr.h"
+
+namespace eti {
+
+// Keys are built in a buffer of this many bytes; the names of the tokens
+// that no longer fit are left out.
+constexpr size_t kPatternKeyCapacity = 1024;
+
+// At most this many tokens of a stretch are read.
+constexpr int32_t kMaxPath = 128;
+
+// Readings of one stretch explored beyond the first: past this budget a
+// fork takes only its last (shortest) token.  A message rarely has more
+// than a handful of places where dictionary words overlap, so no realistic
+// text comes near it; it keeps a text full of ambiguous words from taking
+// exponential time.
+constexpr int32_t kReadingBudget = 512;
+
+// The outcome of trying every combination of one attribute per token for the
+// tokens start..count-1: the pattern with the largest token count (the
+// first found among equal counts), or the prefix marker when the last
+// lookup of note ran out inside the pattern trie.
+struct BestPattern {
+  retTypeBBT* hit = nullptr;  // a hit list of one, ETI_BBT_PREFIX, or NULL
+  int32_t count = 0;
+};
+
+// The key of a combination: the current attribute names of tokens[start..),
+// '*'-joined, as many as fit in kPatternKeyCapacity.
+size_t BuildPatternKey(const RETTAGS* tokens, int32_t start, int32_t count, char* key);
+
+// The best pattern at `start`, found by walking the pattern trie along the
+// combinations and leaving out those that cannot change the outcome.
+BestPattern FindBestPattern(const BTrie* patterns, RETTAGS* tokens, int32_t start,
+                            int32_t count);
+
+}  // namespace eti
+
+#endif  // EXTRACTOR_KR_ANALYSIS_PATTERN_SEARCH_H_
