@@ -102,18 +102,6 @@ class Enumeration {
     return o;
   }
 
-  // The key with tokens [from, count) at their head attributes added.
-  std::string WithHeads(std::string key, int32_t from) const {
-    for (int32_t k = from; k < count_; ++k) {
-      const char* name = tokens_[k].attrs->name;
-      if (!NameFits(key.size(), std::strlen(name))) break;
-      key += name;
-      key += '*';
-    }
-    if (!key.empty()) key.pop_back();
-    return key;
-  }
-
   // Every combination for tokens [k, count), after `prefix` (the chosen
   // names of the tokens before k, each followed by '*').
   Outcome Explore(int32_t k, std::string* prefix) {
@@ -141,7 +129,9 @@ class Enumeration {
         } else {
           prefix->push_back('*');
           if (WalkStopsInside(trie_, prefix->c_str())) {
-            o = Lookup(WithHeads(*prefix, k + 1));  // the rest cannot matter
+            // The walk stops inside this key whatever follows, so the key as
+            // it stands gives every completion's result.
+            o = Lookup(*prefix);
           } else {
             o = Explore(k + 1, prefix);
           }
