@@ -130,7 +130,8 @@ typedef struct DTINFO {
   int32_t spanReserved1; /* hours */
   int32_t spanReserved2; /* minutes */
   int32_t spanReserved3; /* seconds */
-  int32_t duration; /* role: 0 length, 1 start, 2 end, 3 open start */
+  int32_t duration; /* 1 a duration, or the "Duration" tag's value (1 start,
+                       2 end, 3 a start that the next record may close) */
   int32_t relKind;  /* 0 absolute, 1 relative, 2 after, -2 before, 5 ... */
   int32_t repeatYear;
   int32_t repeatMonth;

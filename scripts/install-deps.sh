@@ -1,13 +1,17 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building and testing need and that a
 # fresh machine may lack.  Does nothing when all are present.
+#   install-deps.sh build   what building the library and its tools needs
+#   install-deps.sh         everything the tests need as well
 set -euo pipefail
 
-packages=(
-  cmake make g++ libgtest-dev googletest libbenchmark-dev
-  openjdk-17-jdk-headless
-  g++-aarch64-linux-gnu qemu-user
-)
+packages=(cmake make g++ openjdk-17-jdk-headless)
+if [ "${1:-all}" != "build" ]; then
+  packages+=(
+    libgtest-dev googletest libbenchmark-dev
+    g++-aarch64-linux-gnu qemu-user
+  )
+fi
 missing=()
 for p in "${packages[@]}"; do
   dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")

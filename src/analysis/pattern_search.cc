@@ -102,6 +102,15 @@ class Enumeration {
     return o;
   }
 
+  // Whether every attribute name of token k fits after a key of `length`
+  // bytes, so that every completion's key begins with the key so far.
+  bool AllNamesFit(int32_t k, size_t length) const {
+    for (const TAGATTR* a = tokens_[k].attrs; a != nullptr; a = a->next) {
+      if (!NameFits(length, std::strlen(a->name))) return false;
+    }
+    return true;
+  }
+
   // Every combination for tokens [k, count), after `prefix` (the chosen
   // names of the tokens before k, each followed by '*').
   Outcome Explore(int32_t k, std::string* prefix) {
@@ -128,7 +137,7 @@ class Enumeration {
           o = Lookup(*prefix);
         } else {
           prefix->push_back('*');
-          if (WalkStopsInside(trie_, prefix->c_str())) {
+          if (AllNamesFit(k + 1, prefix->size()) && WalkStopsInside(trie_, prefix->c_str())) {
             // The walk stops inside this key whatever follows, so the key as
             // it stands gives every completion's result.
             o = Lookup(*prefix);

@@ -18,12 +18,13 @@ constexpr size_t kPatternKeyCapacity = 1024;
 // At most this many tokens of a stretch are read.
 constexpr int32_t kMaxPath = 128;
 
-// Readings of one stretch explored beyond the first.  Every place where
-// several dictionary words start doubles the readings; a message seldom has
-// more than two or three such places in one stretch of covered text, and 64
-// readings cover six.  Past the budget a fork takes only its last (shortest)
-// token, so that a text full of overlapping words costs a bounded number of
-// readings instead of an exponential one.
+// Readings of one stretch explored beyond the first (each alternative token
+// tried at a fork costs one).  Every place where two dictionary words start
+// together doubles the readings; a message seldom has more than two or three
+// such places in one stretch of covered text, and 64 readings cover six.
+// Past the budget a fork takes only its last (shortest) token, so that a
+// text full of overlapping words costs a bounded number of readings instead
+// of an exponential one.
 constexpr int32_t kReadingBudget = 64;
 
 // The outcome of trying every combination of one attribute per token for the

@@ -31,7 +31,15 @@ bool BlobIsSound(const int32_t* sibling, const int32_t* child,
     if (labelEnd == nullptr || labelEnd + 1 >= pool + s) return false;
     if (std::memchr(labelEnd + 1, '\0', pool + s - (labelEnd + 1)) == nullptr) return false;
   }
-  // Depth-first search for a cycle: 0 unseen, 1 on the current path, 2 done.
+  // Links that all point to later nodes cannot form a cycle (the compiler
+  // numbers its tries so); otherwise a depth-first search looks for one.
+  bool forward = true;
+  for (uint32_t i = 0; i < n && forward; ++i) {
+    forward = (sibling[i] == kNone || static_cast<uint32_t>(sibling[i]) > i) &&
+              (child[i] == kNone || static_cast<uint32_t>(child[i]) > i);
+  }
+  if (forward) return true;
+  // 0 unseen, 1 on the current path, 2 done.
   std::vector<uint8_t> state(n, 0);
   std::vector<std::pair<uint32_t, int>> stack;  // node, next link to follow
   for (uint32_t root = 0; root < n; ++root) {
@@ -82,21 +90,27 @@ bool WalkStopsInside(const BTrie* trie, const char* key) {
   const int32_t nodes = NodeCount(trie);
   const char* cursor = key;
   int32_t chain = 0;
-  const char* value = nullptr;
-  for (int32_t n = searchBBT(trie, cursor, chain, &value); n != -1;
-       n = searchBBT(trie, cursor, chain, &value)) {
-    cursor += std::strlen(Label(trie, n));
+  while (true) {
+    // The search takes the first node of the chain whose label fits.  A node
+    // before it whose label runs past the key but begins with all of what is
+    // left of it could fit a longer key and be taken instead: then nothing
+    // is certain.
+    const size_t rest = std::strlen(cursor);
+    int32_t fit = -1;
+    for (int32_t m = chain; m >= 0 && m < nodes; m = trie->sibling[m]) {
+      const char* label = Label(trie, m);
+      const size_t length = std::strlen(label);
+      if (length <= rest && std::strncmp(label, cursor, length) == 0) {
+        fit = m;
+        break;
+      }
+      if (length > rest && std::strncmp(label, cursor, rest) == 0) return false;
+    }
+    if (fit == -1) return true;  // stopped here whatever follows
+    cursor += std::strlen(Label(trie, fit));
     if (*cursor == '\0') return false;  // used up: a longer key walks on
-    chain = trie->child[n];
+    chain = trie->child[fit];
   }
-  // Stopped with `cursor` left over.  A node whose label starts with all of
-  // it might still fit a longer key.
-  const size_t rest = std::strlen(cursor);
-  for (int32_t m = chain; m >= 0 && m < nodes; m = trie->sibling[m]) {
-    const char* label = Label(trie, m);
-    if (std::strlen(label) > rest && std::strncmp(label, cursor, rest) == 0) return false;
-  }
-  return true;
 }
 
 BTrie* LoadTrie(const void* blob) {
@@ -155,9 +169,9 @@ int32_t searchBBT(const BTrie* trie, const char* key, int32_t node,
                   const char** valueOut) {
   const char* ignored;
   if (valueOut == nullptr) valueOut = &ignored;
+  if (node == -1) return -1;
   *valueOut = nullptr;
-  if (node == -1 || key == nullptr) return -1;
-  if (node < 0 || node >= eti::NodeCount(trie)) return -1;
+  if (key == nullptr || node < 0 || node >= eti::NodeCount(trie)) return -1;
   while (true) {
     const char* label = eti::Label(trie, node);
     size_t i = 0;

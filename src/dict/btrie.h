@@ -21,9 +21,9 @@ inline bool IsHitList(const retTypeBBT* r) {
 }
 
 // Whether the longest-match walk of `key` from node 0 stops inside the key
-// for good: no node fits the rest of the key, and none could fit a longer
-// key that begins with this one.  Every key that begins with `key` then
-// gets the same longest-match result.
+// for good: the walk takes the same nodes for every longer key that begins
+// with this one and stops at the same place.  Every such key then gets the
+// same longest-match result as `key` itself.
 bool WalkStopsInside(const BTrie* trie, const char* key);
 
 // A new BTrie loaded from `blob` (empty when the blob is rejected).

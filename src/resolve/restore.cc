@@ -343,10 +343,9 @@ DTINFO* ModifyDTInfo(DTINFO* r, int32_t mode, const ETS_CONTEXT* ctx) {
   tm.tm_mon = eti::WSub(r->month, 1);
   tm.tm_mday = r->day;
   if (mode != -1) {
-    const auto orZero = [](int32_t v) { return IsSet(v) ? v : 0; };
-    tm.tm_hour = orZero(r->hour);
-    tm.tm_min = orZero(r->minute);
-    tm.tm_sec = orZero(r->second);
+    tm.tm_hour = r->hour;
+    tm.tm_min = r->minute;
+    tm.tm_sec = r->second;
     if (r->ampm == 1 && tm.tm_hour < 12) tm.tm_hour += 12;
   }
   if (date2Sec(&tm) == -1) return nullptr;

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "common/trie_format.h"
 #include "support/records.h"
 
 namespace eti::testing {
@@ -146,6 +147,53 @@ TEST(PatternSearch, PrunedEnumerationAgreesWithThePlainOne) {
   EXPECT_GT(compared, 4000);
 }
 
+// A random trie of any shape: labels of several items or none, siblings in
+// any order, the same first bytes on several siblings.
+std::string RandomShapedTrie(std::mt19937* rng) {
+  static const char* kLabels[] = {"A", "B", "C", "*", "A*", "*B", "A*C", "AB", "*A*", "", "B*"};
+  const int n = 1 + static_cast<int>((*rng)() % 14);
+  std::vector<tools::TrieNode> nodes(n);
+  // Each node after the first hangs as the first child or the next sibling
+  // of an earlier one (no cycles, every node reachable).
+  for (int i = 0; i < n; ++i) {
+    nodes[i].label = kLabels[(*rng)() % 11];
+    if ((*rng)() % 2 == 0) nodes[i].value = std::to_string(1 + (*rng)() % 5);
+    if (i == 0) continue;
+    for (int tries = 0; tries < 20; ++tries) {
+      tools::TrieNode& p = nodes[(*rng)() % i];
+      int32_t& link = (*rng)() % 2 ? p.child : p.sibling;
+      if (link == -1) {
+        link = i;
+        break;
+      }
+    }
+  }
+  return tools::WriteTrieNodes(nodes);
+}
+
+TEST(PatternSearch, PrunedEnumerationAgreesOnTriesOfAnyShape) {
+  std::mt19937 rng(99);
+  const std::vector<std::string> names = {"A", "B", "C", "AB"};
+  int compared = 0;
+  for (int round = 0; round < 3000; ++round) {
+    const std::string blob = RandomShapedTrie(&rng);
+    BTrie* trie = LoadTrie(blob.data());
+    ASSERT_GT(NodeCount(trie), 0);
+    RandomTokens t(&rng, names, 1 + static_cast<int>(rng() % 6));
+    const int32_t count = static_cast<int32_t>(t.tokens.size());
+    for (int32_t s = 0; s < count; ++s) {
+      const Plain want = PlainBest(trie, t.tokens.data(), s, count);
+      const Plain got = Pruned(trie, t.tokens.data(), s, count);
+      ASSERT_EQ(got.kind, want.kind) << "round " << round << " start " << s;
+      ASSERT_EQ(got.count, want.count) << "round " << round << " start " << s;
+      ASSERT_EQ(got.text, want.text) << "round " << round << " start " << s;
+      ++compared;
+    }
+    ETI_freeBTrie(trie);
+  }
+  EXPECT_GT(compared, 5000);
+}
+
 TEST(PatternSearch, LongKeysAreCutAtTheBufferInBothEnumerations) {
   std::mt19937 rng(7);
   const std::vector<std::string> names = {std::string(60, 'L'), std::string(61, 'M'), "N"};
@@ -166,6 +214,23 @@ TEST(PatternSearch, LongKeysAreCutAtTheBufferInBothEnumerations) {
     }
     ETI_freeBTrie(trie);
   }
+}
+
+TEST(PatternSearch, AKeyCutAtAnInteriorNodeIsThePrefixMarker) {
+  // Sixteen 60-byte names fill the key; a seventeenth does not fit.  The
+  // key ends exactly at an interior node: both enumerations say -1.
+  const std::string name(60, 'L');
+  std::string stem;
+  for (int k = 0; k < 16; ++k) stem += (k ? "*" : "") + name;
+  const std::string blob =
+      CompileTrie(DictKind::kPattern, stem + "*C\t1\n" + stem + "*D\t1\n");
+  BTrie* trie = LoadTrie(blob.data());
+  std::mt19937 rng(1);
+  RandomTokens t(&rng, {name}, 17);
+  const int32_t count = static_cast<int32_t>(t.tokens.size());
+  EXPECT_EQ(PlainBest(trie, t.tokens.data(), 0, count).kind, "prefix");
+  EXPECT_EQ(Pruned(trie, t.tokens.data(), 0, count).kind, "prefix");
+  ETI_freeBTrie(trie);
 }
 
 // A whole search over a small dictionary set.

@@ -78,7 +78,7 @@ public final class ExtractorKrTest {
       }
       out.append('@').append(m.group(4)).append('-').append(m.group(5));
       if (!m.group(9).equals("00000000000000")) out.append(" every ").append(m.group(9));
-      if (first) content[0] = m.group(6);
+      if (first) content[0] = m.group(6).replace("\\\"", "\"");
       first = false;
     }
     return out.length() == 0 ? "-" : out.toString();
@@ -123,16 +123,8 @@ public final class ExtractorKrTest {
     throw new IllegalStateException("no VmRSS");
   }
 
-  public static void main(String[] args) throws Exception {
-    // The dictionary set compiled by dictc at build time, and its cases.
-    dicts = Dicts.load(args[0]);
-    List<Case> cases = readCases(args[1]);
-
-    check(call(EMPTY, "202405151030") == null, "an empty text gives null");
-    check("[]".equals(call("내일 3시".getBytes(CP949), "204401010000")),
-        "a rejected reference time gives []");
-    check("[]".equals(call("내일 3시".getBytes(CP949), "")), "an empty reference time gives []");
-
+  private static int runCases(String path) throws Exception {
+    List<Case> cases = readCases(path);
     int wrong = 0;
     for (Case c : cases) {
       String[] content = new String[1];
@@ -143,7 +135,36 @@ public final class ExtractorKrTest {
         wrong++;
       }
     }
-    check(wrong == 0, "the " + cases.size() + " end-to-end cases give their expected answers");
+    check(wrong == 0, cases.size() + " cases of " + Paths.get(path).getFileName() + " give their answers");
+    return cases.size();
+  }
+
+  /**
+   * Arguments: dicts=DIR switches to the dictionaries compiled in DIR; any
+   * other argument is a case file run with the current dictionaries.  The
+   * memory and thread checks use the first dictionaries and case file.
+   */
+  public static void main(String[] args) throws Exception {
+    Dicts first = null;
+    String firstCases = null;
+    int total = 0;
+    for (String arg : args) {
+      if (arg.startsWith("dicts=")) {
+        dicts = Dicts.load(arg.substring(6));
+        if (first == null) first = dicts;
+        continue;
+      }
+      if (firstCases == null) firstCases = arg;
+      total += runCases(arg);
+    }
+    final List<Case> cases = readCases(firstCases);
+    System.out.println(total + " cases through the JVM");
+    dicts = first;
+
+    check(call(EMPTY, "202405151030") == null, "an empty text gives null");
+    check("[]".equals(call("내일 3시".getBytes(CP949), "204401010000")),
+        "a rejected reference time gives []");
+    check("[]".equals(call("내일 3시".getBytes(CP949), "")), "an empty reference time gives []");
 
     // Memory: a large text makes any per-call leak of the copies visible.
     // It holds one expression, so that every stage runs while the answer

@@ -60,7 +60,13 @@ std::string Extract(const DictSet& d, const std::string& textUtf8, const std::st
     return "REJECTED";
   }
   char* json = WriteJsonArray(results);
-  std::string out = Utf8(json);
+  std::string out;
+  tools::ConvertError bad;
+  if (!tools::Cp949ToUtf8(json, &out, &bad)) {
+    ADD_FAILURE() << "the answer to \"" << textUtf8 << "\" is not CP949 text: " << bad.message
+                  << " at byte " << bad.offset;
+    out = json;
+  }
   std::free(json);
   ETI_FreeTypedResults(results);
   return out;
@@ -105,7 +111,15 @@ std::string Summary(const std::string& json, std::string* content) {
     out += type == "2" ? start + "~" + end + " " + flags + "/" + endFlags : start + " " + flags;
     out += "@" + begin + "-" + endIndex;
     if (cycle != "00000000000000") out += " every " + cycle;
-    if (first) *content = text;
+    if (first) {
+      // The library escapes only the double quote; the case files hold the
+      // plain text.
+      content->clear();
+      for (size_t k = 0; k < text.size(); ++k) {
+        if (text[k] == '\\' && k + 1 < text.size() && text[k + 1] == '"') ++k;
+        content->push_back(text[k]);
+      }
+    }
   }
   return out.empty() ? "-" : out;
 }

@@ -128,6 +128,52 @@ TEST_F(Dictc, EveryProblemIsReported) {
   EXPECT_NE(err_.str().find(":2: empty key"), std::string::npos);
 }
 
+TEST_F(Dictc, PatternAlternativesExpand) {
+  Write("patterns.txt", "# times\n{PM*|}NUM*HourW{*From|}\t#\nNUM\t1\n");
+  ASSERT_EQ(Run({"compile", "--kind", "pattern", Path("patterns.txt"), Path("p.bin")}), 0)
+      << err_.str();
+  ASSERT_EQ(Run({"dump", Path("p.bin")}), 0);
+  EXPECT_EQ(out_.str(),
+            "NUM\t1\nNUM*HourW\t2\nNUM*HourW*From\t3\nPM*NUM*HourW\t3\nPM*NUM*HourW*From\t4\n");
+  const struct {
+    const char* source;
+    const char* message;
+  } bad[] = {
+      {"{A|B*C\t#\n", ":1: unclosed or nested {...} group"},
+      {"A|B\t#\n", ":1: '|' outside a {...} group"},
+      {"{A|B}\t2\n", ":1: a key with {...} groups needs the value # (its item count)"},
+  };
+  for (const auto& c : bad) {
+    Write("bad.txt", c.source);
+    EXPECT_EQ(Run({"compile", "--kind", "pattern", Path("bad.txt"), Path("x.bin")}), 1);
+    EXPECT_NE(err_.str().find(c.message), std::string::npos) << err_.str();
+  }
+}
+
+TEST_F(Dictc, CheckFindsWhatDoesNotFitTogether) {
+  Write("tags.txt", "시\tHourW\n3일\tNever\n");
+  Write("patterns.txt", "NUM*HourW\t2\nNUM*HourW*Later\t3\nNUM*MinW\t2\nNUM*HourW\t2\n");
+  Write("units.txt", "NUM*HourW\thUnit\nLater\tLaterUnit\n");
+  Write("replace.txt", "낼\t내 일\n");
+  EXPECT_EQ(Run({"check", Path("tags.txt"), Path("patterns.txt"), Path("units.txt"),
+                 Path("replace.txt")}),
+            1);
+  const std::string e = err_.str();
+  for (const char* message : {
+           "tags.txt:2: \"3일\" starts with a character the tagger never looks up",
+           "patterns.txt:2: pattern \"NUM*HourW*Later\" uses \"Later\", which no tag entry and not "
+           "the tagger produces",
+           "patterns.txt:3: pattern \"NUM*MinW\" uses \"MinW\"",
+           "patterns.txt:3: pattern \"NUM*MinW\" is not cut into units",
+           "units.txt:2: unit name \"LaterUnit\" is not one the dispatcher knows",
+           "replace.txt:1: replacement \"내 일\" holds a space"}) {
+    EXPECT_NE(e.find(message), std::string::npos) << "missing: " << message << "\nin:\n" << e;
+  }
+  Write("patterns.txt", "NUM*HourW\t3\n");
+  EXPECT_EQ(Run({"check", Path("tags.txt"), Path("patterns.txt"), Path("units.txt")}), 1);
+  EXPECT_NE(err_.str().find("has 2 items but the count 3"), std::string::npos) << err_.str();
+}
+
 TEST_F(Dictc, UsageAndUnreadableInput) {
   EXPECT_EQ(Run({}), 2);
   EXPECT_EQ(Run({"frobnicate"}), 2);

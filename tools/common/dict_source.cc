@@ -2,6 +2,7 @@
 // every problem.
 #include "common/dict_source.h"
 
+#include <algorithm>
 #include <cctype>
 #include <map>
 #include <utility>
@@ -114,6 +115,70 @@ std::string CheckValue(DictKind kind, const std::string& value) {
   return "";
 }
 
+// Pattern keys may offer alternatives, {A|B|}, each group standing for one
+// of its parts (an empty part stands for nothing); empty items left by an
+// empty part vanish.  A value of '#' is the item count of each key.
+bool ExpandPattern(const std::string& key, const std::string& value,
+                   std::vector<std::pair<std::string, std::string>>* out, std::string* message) {
+  std::vector<std::string> keys = {""};
+  for (size_t i = 0; i < key.size();) {
+    if (key[i] == '}' || key[i] == '|') {
+      *message = std::string("'") + key[i] + "' outside a {...} group";
+      return false;
+    }
+    if (key[i] != '{') {
+      const size_t next = std::min(key.find('{', i), key.find_first_of("}|", i));
+      const std::string literal = key.substr(i, next == std::string::npos ? std::string::npos : next - i);
+      for (std::string& k : keys) k += literal;
+      i += literal.size();
+      continue;
+    }
+    const size_t close = key.find('}', i);
+    const size_t nested = key.find('{', i + 1);
+    if (close == std::string::npos || (nested != std::string::npos && nested < close)) {
+      *message = "unclosed or nested {...} group";
+      return false;
+    }
+    std::vector<std::string> parts;
+    for (size_t from = i + 1;;) {
+      const size_t bar = key.find('|', from);
+      if (bar == std::string::npos || bar > close) {
+        parts.push_back(key.substr(from, close - from));
+        break;
+      }
+      parts.push_back(key.substr(from, bar - from));
+      from = bar + 1;
+    }
+    std::vector<std::string> grown;
+    for (const std::string& k : keys) {
+      for (const std::string& part : parts) grown.push_back(k + part);
+    }
+    keys = std::move(grown);
+    if (keys.size() > 100000) {
+      *message = "expands to more than 100000 keys";
+      return false;
+    }
+    i = close + 1;
+  }
+  for (std::string k : keys) {
+    // Empty items vanish: no leading, trailing or doubled '*'.
+    std::string clean;
+    for (char c : k) {
+      if (c == '*' && (clean.empty() || clean.back() == '*')) continue;
+      clean.push_back(c);
+    }
+    while (!clean.empty() && clean.back() == '*') clean.pop_back();
+    if (clean.empty()) continue;
+    const std::string items = std::to_string(std::count(clean.begin(), clean.end(), '*') + 1);
+    if (value != "#" && keys.size() > 1) {
+      *message = "a key with {...} groups needs the value # (its item count)";
+      return false;
+    }
+    out->emplace_back(clean, value == "#" ? items : value);
+  }
+  return true;
+}
+
 }  // namespace
 
 bool ParseDictKind(std::string_view name, DictKind* kind) {
@@ -148,40 +213,51 @@ std::vector<SourceEntry> ReadTrieSource(std::string_view text, std::string_view 
       fail(line.number, "missing tab between key and value");
       continue;
     }
-    SourceEntry e;
-    e.line = line.number;
-    e.keyUtf8 = std::string(line.text.substr(0, tab));
-    e.valueUtf8 = std::string(line.text.substr(tab + 1));
-    if (e.keyUtf8.empty()) {
+    const std::string key(line.text.substr(0, tab));
+    const std::string value(line.text.substr(tab + 1));
+    if (key.empty()) {
       fail(line.number, "empty key");
       continue;
     }
-    if (e.valueUtf8.empty()) {
-      fail(line.number, "empty value for key \"" + e.keyUtf8 + "\"");
+    if (value.empty()) {
+      fail(line.number, "empty value for key \"" + key + "\"");
       continue;
     }
+    std::vector<std::pair<std::string, std::string>> pairs;
     std::string message;
-    if (!Convert(e.keyUtf8, "key", &e.entry.key, &message) ||
-        !Convert(e.valueUtf8, "value", &e.entry.value, &message)) {
+    if (kind != DictKind::kPattern) {
+      pairs.emplace_back(key, value);
+    } else if (!ExpandPattern(key, value, &pairs, &message)) {
       fail(line.number, message);
       continue;
     }
-    message = CheckValue(kind, e.entry.value);
-    if (!message.empty()) {
-      fail(line.number, message);
-      continue;
-    }
-    auto [it, fresh] = seen.emplace(e.entry.key, entries.size());
-    if (!fresh) {
-      const SourceEntry& first = entries[it->second];
-      if (first.entry.value != e.entry.value) {
-        fail(line.number, "key \"" + e.keyUtf8 + "\" has value \"" + e.valueUtf8 +
-                              "\" here but \"" + first.valueUtf8 + "\" on line " +
-                              std::to_string(first.line));
+    for (const auto& [k, v] : pairs) {
+      SourceEntry e;
+      e.line = line.number;
+      e.keyUtf8 = k;
+      e.valueUtf8 = v;
+      if (!Convert(e.keyUtf8, "key", &e.entry.key, &message) ||
+          !Convert(e.valueUtf8, "value", &e.entry.value, &message)) {
+        fail(line.number, message);
+        break;
       }
-      continue;
+      message = CheckValue(kind, e.entry.value);
+      if (!message.empty()) {
+        fail(line.number, message);
+        break;
+      }
+      auto [it, fresh] = seen.emplace(e.entry.key, entries.size());
+      if (!fresh) {
+        const SourceEntry& first = entries[it->second];
+        if (first.entry.value != e.entry.value) {
+          fail(line.number, "key \"" + e.keyUtf8 + "\" has value \"" + e.valueUtf8 +
+                                "\" here but \"" + first.valueUtf8 + "\" on line " +
+                                std::to_string(first.line));
+        }
+        continue;
+      }
+      entries.push_back(std::move(e));
     }
-    entries.push_back(std::move(e));
   }
   return entries;
 }

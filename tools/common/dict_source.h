@@ -17,7 +17,8 @@ namespace eti::tools {
 enum class DictKind {
   kReplace,  // key -> replacement text
   kTag,      // word -> tag list NAME or NAME[INT], comma-separated
-  kPattern,  // '*'-joined tag names -> token count
+  kPattern,  // '*'-joined tag names -> token count; keys may hold {A|B|}
+             // groups of alternatives, and the value # stands for the count
   kUnit,     // '*'-joined item names -> unit name
 };
 

@@ -72,44 +72,48 @@ void Walk(const BTrie* trie, int32_t node, const std::string& prefix,
 
 }  // namespace
 
+std::string WriteTrieNodes(const std::vector<TrieNode>& nodes) {
+  const uint32_t n = static_cast<uint32_t>(nodes.size());
+  std::string pool;
+  std::map<std::string, uint32_t> placed;  // label NUL value NUL -> offset
+  std::string blob(8 + 12 * static_cast<size_t>(n), '\0');
+  PutU32(&blob, 0, n);
+  for (uint32_t i = 0; i < n; ++i) {
+    const TrieNode& node = nodes[i];
+    std::string strings = node.label + '\0' + node.value + '\0';
+    auto [it, fresh] = placed.emplace(strings, static_cast<uint32_t>(pool.size()));
+    if (fresh) pool += strings;
+    PutU32(&blob, 8 + 4 * i, static_cast<uint32_t>(node.sibling));
+    PutU32(&blob, 8 + 4 * n + 4 * i, static_cast<uint32_t>(node.child));
+    PutU32(&blob, 8 + 8 * n + 4 * i, it->second);
+  }
+  PutU32(&blob, 4, static_cast<uint32_t>(pool.size()));
+  return blob + pool;
+}
+
 std::string BuildTrieBlob(const std::vector<TrieEntry>& entries) {
   Node root;
   for (const TrieEntry& e : entries) Insert(&root, e);
   std::vector<Node*> order;
   Number(&root, &order);
 
-  const uint32_t n = static_cast<uint32_t>(order.size());
-  std::string pool;
-  std::map<std::string, uint32_t> placed;  // label NUL value NUL -> offset
-  std::vector<uint32_t> offsets;
-  for (const Node* node : order) {
-    std::string strings = node->label + '\0' + node->value + '\0';
-    auto [it, fresh] = placed.emplace(strings, static_cast<uint32_t>(pool.size()));
-    if (fresh) pool += strings;
-    offsets.push_back(it->second);
+  std::vector<TrieNode> nodes(order.size());
+  for (size_t i = 0; i < order.size(); ++i) {
+    nodes[i].label = order[i]->label;
+    nodes[i].value = order[i]->value;
+    if (!order[i]->children.empty()) nodes[i].child = order[i]->children.begin()->second->id;
   }
-
-  std::string blob(8 + 12 * static_cast<size_t>(n), '\0');
-  PutU32(&blob, 0, n);
-  PutU32(&blob, 4, static_cast<uint32_t>(pool.size()));
-  for (uint32_t i = 0; i < n; ++i) {
-    const Node* node = order[i];
-    PutU32(&blob, 8 + 4 * i, 0xFFFFFFFF);  // linked below, chain by chain
-    PutU32(&blob, 8 + 4 * n + 4 * i,
-           node->children.empty() ? 0xFFFFFFFF
-                                  : static_cast<uint32_t>(node->children.begin()->second->id));
-    PutU32(&blob, 8 + 8 * n + 4 * i, offsets[i]);
-  }
+  // Sibling links, chain by chain.
   std::vector<const Node*> parents = {&root};
   for (const Node* node : order) parents.push_back(node);
   for (const Node* parent : parents) {
     const Node* previous = nullptr;
     for (const auto& [label, child] : parent->children) {
-      if (previous != nullptr) PutU32(&blob, 8 + 4 * previous->id, static_cast<uint32_t>(child->id));
+      if (previous != nullptr) nodes[previous->id].sibling = child->id;
       previous = child.get();
     }
   }
-  return blob + pool;
+  return WriteTrieNodes(nodes);
 }
 
 bool ReadTrieBlob(std::string_view blob, std::vector<TrieEntry>* entries,

@@ -38,6 +38,17 @@ struct TrieEntry {
 // non-empty (the source reader guarantees it).
 std::string BuildTrieBlob(const std::vector<TrieEntry>& entries);
 
+// One node of a trie of any shape: labels of any length (empty too),
+// siblings in any order.  Links are node indexes, -1 for none.
+struct TrieNode {
+  std::string label, value;
+  int32_t sibling = -1, child = -1;
+};
+
+// The blob of nodes as given, node 0 first (for tries that the compiler
+// does not make, such as the tests' random shapes).
+std::string WriteTrieNodes(const std::vector<TrieNode>& nodes);
+
 // Every entry of a blob, in trie order.  False when the library's loader
 // rejects the blob or its size disagrees with its header.
 bool ReadTrieBlob(std::string_view blob, std::vector<TrieEntry>* entries,

@@ -2,12 +2,14 @@
 //   compile --kind KIND SOURCE OUTPUT   trie source -> blob
 //   words SOURCE OUTPUT                 word list source -> CP949 word list
 //   dump BLOB                           blob -> sorted UTF-8 source on stdout
+//   check TAGS PATTERNS UNITS [REPLACE] consistency of a dictionary set
 // Bad input gets "file:line: problem" for every problem found, exit status
 // 1 and no output file.
 #include "dictc/dictc.h"
 
 #include <algorithm>
 
+#include "common/consistency.h"
 #include "common/cp949.h"
 #include "common/dict_source.h"
 #include "common/file_util.h"
@@ -19,7 +21,8 @@ namespace {
 constexpr char kUsage[] =
     "usage: dictc compile --kind replace|tag|pattern|unit SOURCE OUTPUT\n"
     "       dictc words SOURCE OUTPUT\n"
-    "       dictc dump BLOB\n";
+    "       dictc dump BLOB\n"
+    "       dictc check TAGS PATTERNS UNITS [REPLACE]\n";
 
 int Usage(std::ostream& err, const std::string& problem) {
   err << "dictc: " << problem << "\n" << kUsage;
@@ -97,6 +100,31 @@ int Dump(const std::vector<std::string>& args, std::ostream& out, std::ostream& 
   return 0;
 }
 
+int Check(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+  if (args.size() != 4 && args.size() != 5) {
+    return Usage(err, "check needs TAGS PATTERNS UNITS [REPLACE]");
+  }
+  std::vector<SourceFile> files(args.size() - 1);
+  for (size_t k = 0; k < files.size(); ++k) {
+    std::string error;
+    files[k].name = args[k + 1];
+    if (!ReadFile(files[k].name, &files[k].text, &error)) {
+      err << "dictc: " << error << "\n";
+      return 1;
+    }
+  }
+  std::vector<SourceError> errors = CheckDictionarySet(files[0], files[1], files[2]);
+  if (files.size() == 4) {
+    const std::vector<SourceError> more = CheckReplacements(files[3]);
+    errors.insert(errors.end(), more.begin(), more.end());
+  }
+  if (!Report(errors, err)) return 1;
+  out << "consistent:";
+  for (const SourceFile& f : files) out << " " << f.name;
+  out << "\n";
+  return 0;
+}
+
 }  // namespace
 
 int RunDictc(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -105,6 +133,7 @@ int RunDictc(const std::vector<std::string>& args, std::ostream& out, std::ostre
   if (command == "compile") return Compile(args, err);
   if (command == "words") return Words(args, err);
   if (command == "dump") return Dump(args, out, err);
+  if (command == "check") return Check(args, out, err);
   if (command == "--help" || command == "-h") {
     out << kUsage;
     return 0;

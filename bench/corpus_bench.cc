@@ -1,0 +1,203 @@
+// Whole calls of ETI_Main with the bundled dictionaries over the
+// development corpus: calls per second, time per call, bytes per second,
+// how the cost grows with the length of one text, and the peak heap memory
+// of a call.
+#include <benchmark/benchmark.h>
+#include <dirent.h>
+#include <malloc.h>
+
+#include <algorithm>
+#include <atomic>
+#include <string>
+#include <vector>
+
+#include "common/cp949.h"
+#include "common/dict_source.h"
+#include "common/file_util.h"
+#include "common/trie_format.h"
+#include "extractor_kr.h"
+
+// Heap accounting for the peak-memory benchmark: this binary's allocation
+// functions count the bytes held while tracking is on.
+extern "C" void* __libc_malloc(size_t);
+extern "C" void* __libc_calloc(size_t, size_t);
+extern "C" void* __libc_realloc(void*, size_t);
+extern "C" void __libc_free(void*);
+
+namespace {
+std::atomic<bool> g_tracking{false};
+std::atomic<long> g_held{0}, g_peak{0};
+
+void Count(long delta) {
+  const long now = g_held.fetch_add(delta) + delta;
+  long peak = g_peak.load();
+  while (now > peak && !g_peak.compare_exchange_weak(peak, now)) {
+  }
+}
+}  // namespace
+
+extern "C" void* malloc(size_t n) {
+  void* p = __libc_malloc(n);
+  if (p != nullptr && g_tracking) Count(static_cast<long>(malloc_usable_size(p)));
+  return p;
+}
+extern "C" void* calloc(size_t n, size_t size) {
+  void* p = __libc_calloc(n, size);
+  if (p != nullptr && g_tracking) Count(static_cast<long>(malloc_usable_size(p)));
+  return p;
+}
+extern "C" void* realloc(void* old, size_t n) {
+  const long before = old != nullptr && g_tracking ? static_cast<long>(malloc_usable_size(old)) : 0;
+  void* p = __libc_realloc(old, n);
+  if (p != nullptr && g_tracking) Count(static_cast<long>(malloc_usable_size(p)) - before);
+  return p;
+}
+extern "C" void free(void* p) {
+  if (p != nullptr && g_tracking) Count(-static_cast<long>(malloc_usable_size(p)));
+  __libc_free(p);
+}
+
+namespace {
+
+using eti::tools::DictKind;
+
+struct Corpus {
+  std::string settings, replace, tags, patterns, units, words;
+  std::vector<std::pair<std::string, std::string>> texts;  // CP949 text, reference
+  size_t bytes = 0;
+};
+
+std::string Source(const std::string& name) {
+  std::string text, error;
+  eti::tools::ReadFile(std::string(ETI_SOURCE_DIR) + "/" + name, &text, &error);
+  return text;
+}
+
+std::string Trie(const std::string& name, DictKind kind) {
+  std::vector<eti::tools::SourceError> errors;
+  return eti::tools::BuildTrieBlob(
+      eti::tools::TrieEntries(eti::tools::ReadTrieSource(Source(name), name, kind, &errors)));
+}
+
+const Corpus& TheCorpus() {
+  static const Corpus corpus = [] {
+    Corpus c;
+    c.settings = Source("dicts/ko/settings.txt");
+    c.replace = Trie("dicts/ko/replace.txt", DictKind::kReplace);
+    c.tags = Trie("dicts/ko/tags.txt", DictKind::kTag);
+    c.patterns = Trie("dicts/ko/patterns.txt", DictKind::kPattern);
+    c.units = Trie("dicts/ko/units.txt", DictKind::kUnit);
+    std::vector<eti::tools::SourceError> errors;
+    c.words = eti::tools::WordListText(
+        eti::tools::ReadWordSource(Source("dicts/ko/words.txt"), "words", &errors));
+    std::vector<std::string> files;
+    const std::string dir = std::string(ETI_SOURCE_DIR) + "/corpus/ko";
+    if (DIR* d = opendir(dir.c_str())) {
+      while (dirent* e = readdir(d)) {
+        if (std::string(e->d_name).find(".tsv") != std::string::npos) files.push_back(e->d_name);
+      }
+      closedir(d);
+    }
+    std::sort(files.begin(), files.end());
+    for (const std::string& f : files) {
+      const std::string text = Source("corpus/ko/" + f);
+      size_t start = 0;
+      while (start < text.size()) {
+        size_t end = text.find('\n', start);
+        if (end == std::string::npos) end = text.size();
+        const std::string line = text.substr(start, end - start);
+        start = end + 1;
+        if (line.empty() || line[0] == '#') continue;
+        const size_t tab1 = line.find('\t');
+        const size_t tab2 = line.find('\t', tab1 + 1);
+        c.texts.emplace_back(eti::tools::Cp949(line.substr(tab1 + 1, tab2 - tab1 - 1)),
+                             line.substr(0, tab1));
+        c.bytes += c.texts.back().first.size();
+      }
+    }
+    return c;
+  }();
+  return corpus;
+}
+
+void Call(const Corpus& c, const std::string& text, const std::string& ref) {
+  TYPED_RESULT* results = nullptr;
+  ETI_Main(text.c_str(), &results, ref.c_str(), c.settings.c_str(), c.replace.data(),
+           c.tags.data(), c.patterns.data(), c.units.data(), c.words.c_str());
+  benchmark::DoNotOptimize(results);
+  ETI_FreeTypedResults(results);
+}
+
+// One call per corpus sentence, in turn.
+void BM_CorpusSentence(benchmark::State& state) {
+  const Corpus& c = TheCorpus();
+  size_t k = 0, bytes = 0;
+  for (auto _ : state) {
+    const auto& [text, ref] = c.texts[k];
+    Call(c, text, ref);
+    bytes += text.size();
+    k = (k + 1) % c.texts.size();
+  }
+  state.SetItemsProcessed(static_cast<int64_t>(state.iterations()));
+  state.SetBytesProcessed(static_cast<int64_t>(bytes));
+  state.counters["sentences"] = static_cast<double>(c.texts.size());
+}
+BENCHMARK(BM_CorpusSentence)->Unit(benchmark::kMicrosecond);
+
+// N corpus sentences joined into one text per call.
+std::string Joined(const Corpus& c, int64_t n) {
+  std::string text;
+  for (int64_t k = 0; k < n; ++k) text += c.texts[k % c.texts.size()].first + " ";
+  return text;
+}
+
+void BM_TextOfSentences(benchmark::State& state) {
+  const Corpus& c = TheCorpus();
+  const std::string text = Joined(c, state.range(0));
+  for (auto _ : state) Call(c, text, "202405151030");
+  state.SetItemsProcessed(static_cast<int64_t>(state.iterations()));
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * text.size()));
+  state.counters["text_bytes"] = static_cast<double>(text.size());
+}
+BENCHMARK(BM_TextOfSentences)->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMicrosecond);
+
+// The heap held at the worst moment of one call.
+void BM_PeakHeap(benchmark::State& state) {
+  const Corpus& c = TheCorpus();
+  const std::string text = Joined(c, state.range(0));
+  long peak = 0;
+  for (auto _ : state) {
+    g_held = 0;
+    g_peak = 0;
+    g_tracking = true;
+    Call(c, text, "202405151030");
+    g_tracking = false;
+    peak = std::max(peak, g_peak.load());
+  }
+  state.counters["peak_heap_bytes"] = static_cast<double>(peak);
+  state.counters["text_bytes"] = static_cast<double>(text.size());
+}
+BENCHMARK(BM_PeakHeap)->Arg(1)->Arg(10)->Arg(100)->Iterations(3);
+
+}  // namespace
+
+namespace {
+
+// Loading (copying and checking) each bundled dictionary, as every call does.
+void BM_LoadTrie(benchmark::State& state) {
+  const Corpus& c = TheCorpus();
+  const std::string* blobs[] = {&c.replace, &c.tags, &c.patterns, &c.units};
+  const std::string& blob = *blobs[state.range(0)];
+  for (auto _ : state) {
+    BTrie* trie = nullptr;
+    ETI_initEmptyBTrie(&trie);
+    ETI_loadBTrie(trie, blob.data());
+    benchmark::DoNotOptimize(trie);
+    ETI_freeBTrie(trie);
+  }
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * blob.size()));
+  state.SetLabel(std::vector<const char*>{"replace", "tags", "patterns", "units"}[state.range(0)]);
+}
+BENCHMARK(BM_LoadTrie)->DenseRange(0, 3)->Unit(benchmark::kMicrosecond);
+
+}  // namespace

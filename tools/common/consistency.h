@@ -1,0 +1,37 @@
+// The consistency check of a dictionary set: whether the tag, pattern and
+// unit-sequence dictionaries fit together the way the pipeline reads them.
+#ifndef EXTRACTOR_KR_TOOLS_COMMON_CONSISTENCY_H_
+#define EXTRACTOR_KR_TOOLS_COMMON_CONSISTENCY_H_
+
+#include <string>
+#include <vector>
+
+#include "common/dict_source.h"
+
+namespace eti::tools {
+
+struct SourceFile {
+  std::string name;  // for messages
+  std::string text;  // UTF-8 source
+};
+
+// Every problem found, with file and line:
+// - a tag key that the tagger never looks up (it starts with a digit, a
+//   space or one of the separators : . / - ~);
+// - a pattern whose count is not its number of items;
+// - a pattern item that neither the tag dictionary nor the tagger produces;
+// - a pattern that the unit-sequence dictionary does not cut into units
+//   exactly, as the dispatcher cuts it;
+// - a unit whose name no handler or marker of the dispatcher answers to.
+// Problems of the sources themselves (bad lines) are reported too.
+std::vector<SourceError> CheckDictionarySet(const SourceFile& tags, const SourceFile& patterns,
+                                            const SourceFile& units);
+
+// Replacements whose value holds a space: the marks of a replaced word are
+// mapped back byte by byte, and the space (never part of an expression)
+// would leave half of a two-byte character of the input behind.
+std::vector<SourceError> CheckReplacements(const SourceFile& replace);
+
+}  // namespace eti::tools
+
+#endif  // EXTRACTOR_KR_TOOLS_COMMON_CONSISTENCY_H_
