@@ -3,7 +3,6 @@
 // how the cost grows with the length of one text, and the peak heap memory
 // of a call.
 #include <benchmark/benchmark.h>
-#include <dirent.h>
 #include <malloc.h>
 
 #include <algorithm>
@@ -11,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "common/case_file.h"
 #include "common/cp949.h"
 #include "common/dict_source.h"
 #include "common/file_util.h"
@@ -90,28 +90,10 @@ const Corpus& TheCorpus() {
     std::vector<eti::tools::SourceError> errors;
     c.words = eti::tools::WordListText(
         eti::tools::ReadWordSource(Source("dicts/ko/words.txt"), "words", &errors));
-    std::vector<std::string> files;
     const std::string dir = std::string(ETI_SOURCE_DIR) + "/corpus/ko";
-    if (DIR* d = opendir(dir.c_str())) {
-      while (dirent* e = readdir(d)) {
-        if (std::string(e->d_name).find(".tsv") != std::string::npos) files.push_back(e->d_name);
-      }
-      closedir(d);
-    }
-    std::sort(files.begin(), files.end());
-    for (const std::string& f : files) {
-      const std::string text = Source("corpus/ko/" + f);
-      size_t start = 0;
-      while (start < text.size()) {
-        size_t end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size();
-        const std::string line = text.substr(start, end - start);
-        start = end + 1;
-        if (line.empty() || line[0] == '#') continue;
-        const size_t tab1 = line.find('\t');
-        const size_t tab2 = line.find('\t', tab1 + 1);
-        c.texts.emplace_back(eti::tools::Cp949(line.substr(tab1 + 1, tab2 - tab1 - 1)),
-                             line.substr(0, tab1));
+    for (const std::string& f : eti::tools::ListFiles(dir, ".tsv")) {
+      for (const auto& line : eti::tools::ParseCaseFile(Source("corpus/ko/" + f), f, &errors)) {
+        c.texts.emplace_back(eti::tools::Cp949(line.text), line.ref);
         c.bytes += c.texts.back().first.size();
       }
     }

@@ -10,6 +10,7 @@ if [ "${1:-all}" != "build" ]; then
   packages+=(
     libgtest-dev googletest libbenchmark-dev
     g++-aarch64-linux-gnu qemu-user
+    clang libclang-rt-14-dev valgrind
   )
 fi
 missing=()

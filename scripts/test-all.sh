@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 # Builds and runs every test: the release build with all tests (the JVM
-# tests among them), the same tests under AddressSanitizer and
-# UndefinedBehaviorSanitizer, and the aarch64 cross build whose tests run
-# under qemu-user.  Installs what the machine lacks first.
+# tests, the soak and the valgrind leak check among them), the same tests
+# under AddressSanitizer and UndefinedBehaviorSanitizer, the aarch64 cross
+# build whose tests run under qemu-user, and a short run of each fuzz target
+# (about a minute in all) over its seeds and regression inputs.  Installs
+# what the machine lacks first.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$(pwd)
@@ -34,5 +36,14 @@ cmake -S . -B build/aarch64 -DCMAKE_BUILD_TYPE=Release \
 cmake --build build/aarch64 -j"$jobs"
 file build/aarch64/libentityextractor_kr.textmining.quenby.so
 (cd build/aarch64 && ctest --output-on-failure -j"$jobs")
+
+step "fuzz targets (libFuzzer, clang, ASan + UBSan), a short run each"
+cmake -S . -B build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
+  -DCMAKE_CXX_COMPILER=clang++ -DEXTRACTOR_KR_FUZZ=ON -DEXTRACTOR_KR_TESTS=OFF \
+  -DEXTRACTOR_KR_BENCH=OFF -DEXTRACTOR_KR_JAVA=OFF >/dev/null
+cmake --build build/fuzz -j"$jobs"
+scripts/fuzz.sh call 25
+scripts/fuzz.sh blob 15
+scripts/fuzz.sh tools 20
 
 step "all tests passed"

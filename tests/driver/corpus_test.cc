@@ -1,7 +1,6 @@
 // The development corpus through ETI_Main with the bundled dictionaries,
 // compiled from their sources: every sentence must give its expected
 // results.  Prints the coverage of each class.
-#include <dirent.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,28 +8,16 @@
 #include <string>
 #include <vector>
 
+#include "common/case_file.h"
 #include "support/dict_builder.h"
 
 namespace eti::testing {
 namespace {
 
-std::vector<std::string> CorpusFiles() {
-  std::vector<std::string> files;
-  const std::string dir = std::string(ETI_SOURCE_DIR) + "/corpus/ko";
-  if (DIR* d = opendir(dir.c_str())) {
-    while (dirent* e = readdir(d)) {
-      const std::string name = e->d_name;
-      if (name.size() > 4 && name.substr(name.size() - 4) == ".tsv") files.push_back(name);
-    }
-    closedir(d);
-  }
-  std::sort(files.begin(), files.end());
-  return files;
-}
-
 TEST(Corpus, EverySentenceGivesItsExpectedResults) {
   const DictSet dicts = LoadDictSet("dicts/ko");
-  const std::vector<std::string> files = CorpusFiles();
+  const std::vector<std::string> files =
+      tools::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv");
   ASSERT_EQ(files.size(), 10u);
   int total = 0, passed = 0;
   std::printf("%-22s %9s %7s\n", "class", "sentences", "passed");

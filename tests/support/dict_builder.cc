@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "common/case_file.h"
 #include "common/file_util.h"
 #include "common/trie_format.h"
 #include "jni/json_writer.h"
@@ -125,29 +126,11 @@ std::string Summary(const std::string& json, std::string* content) {
 }
 
 std::vector<Case> ReadCases(const std::string& relativePath) {
+  std::vector<tools::SourceError> errors;
+  const auto lines = tools::ParseCaseFile(ReadSourceFile(relativePath), relativePath, &errors);
+  for (const auto& e : errors) ADD_FAILURE() << e.Format();
   std::vector<Case> cases;
-  const std::string text = ReadSourceFile(relativePath);
-  int number = 0;
-  size_t start = 0;
-  while (start < text.size()) {
-    size_t end = text.find('\n', start);
-    if (end == std::string::npos) end = text.size();
-    const std::string line = text.substr(start, end - start);
-    start = end + 1;
-    ++number;
-    if (line.empty() || line[0] == '#') continue;
-    std::vector<std::string> cols;
-    size_t from = 0;
-    for (size_t tab; (tab = line.find('\t', from)) != std::string::npos; from = tab + 1) {
-      cols.push_back(line.substr(from, tab - from));
-    }
-    cols.push_back(line.substr(from));
-    if (cols.size() != 4) {
-      ADD_FAILURE() << relativePath << ":" << number << ": expected 4 tab-separated columns";
-      continue;
-    }
-    cases.push_back({number, cols[0], cols[1], cols[2], cols[3]});
-  }
+  for (const auto& l : lines) cases.push_back({l.line, l.ref, l.text, l.expected, l.content});
   return cases;
 }
 
