@@ -1,14 +1,12 @@
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <unistd.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "extractor_kr.h"
 #include "support/dict_builder.h"
+#include "support/temp_dir.h"
 
 namespace eti::testing {
 namespace {
@@ -56,26 +54,15 @@ TEST(Content, ConvertDataWrapsRunsOfOnes) {
 
 class RemovalFile : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char tmpl[] = "/tmp/content_test.XXXXXX";
-    ASSERT_NE(mkdtemp(tmpl), nullptr);
-    dir_ = tmpl;
-  }
-  void TearDown() override {
-    unlink((dir_ + "/rem_words.dic").c_str());
-    rmdir(dir_.c_str());
-  }
-  void Write(const std::string& utf8) {
-    std::ofstream(dir_ + "/rem_words.dic", std::ios::binary) << Cp949(utf8);
-  }
+  void Write(const std::string& utf8) { dir_.Write("rem_words.dic", Cp949(utf8)); }
   std::string Extract(const std::string& taggedUtf8) {
-    char* out = ExtractContent(Cp949(taggedUtf8).c_str(), dir_.c_str());
+    char* out = ExtractContent(Cp949(taggedUtf8).c_str(), dir_.path().c_str());
     if (out == nullptr) return "NULL";
     std::string s = Utf8(out);
     std::free(out);
     return s;
   }
-  std::string dir_;
+  TempDir dir_;
 };
 
 TEST_F(RemovalFile, SpacesOnlyNeedNoFile) {
@@ -107,7 +94,7 @@ TEST_F(RemovalFile, SectionsApplyInFileOrder) {
 TEST_F(RemovalFile, OverlongTextsAreRefused) {
   Write("ending\n");
   const std::string text(1024, 'a');
-  EXPECT_EQ(ExtractContent(text.c_str(), dir_.c_str()), nullptr);
+  EXPECT_EQ(ExtractContent(text.c_str(), dir_.path().c_str()), nullptr);
   std::vector<char> out(text.size() + 1, 'x');
   EXPECT_EQ(RemoveDTTag(text.c_str(), out.data()), 0);
   EXPECT_EQ(out[0], '\0');

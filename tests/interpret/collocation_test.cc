@@ -13,18 +13,12 @@ namespace {
 
 constexpr int32_t U = ETI_UNSET;
 
-// One unit record: "field=value" pairs.
-using Rec = std::vector<std::pair<int32_t DTINFO::*, int32_t>>;
+using Rec = Fields;  // one unit record
 
 std::string Fold(const std::vector<Rec>& recs, const char* ref = "202405151030") {
-  DTINFO* head = nullptr;
-  DTINFO** link = &head;
-  for (const Rec& fields : recs) {
-    DTINFO* r = NewDTINFO();
-    for (const auto& [field, value] : fields) r->*field = value;
-    *link = r;
-    link = &r->next;
-  }
+  std::vector<DTINFO*> records;
+  for (const Rec& fields : recs) records.push_back(MakeRecord(fields));
+  DTINFO* head = Chain(records);
   DTINFO* reference = ConvStrToDTINFO(ref);
   DTINFO* folded = AnalColSeq(head, reference);
   const std::string out = Dump(folded);
@@ -33,18 +27,6 @@ std::string Fold(const std::vector<Rec>& recs, const char* ref = "202405151030")
   return out;
 }
 
-constexpr auto kYear = &DTINFO::year;
-constexpr auto kMonth = &DTINFO::month;
-constexpr auto kDay = &DTINFO::day;
-constexpr auto kWeek = &DTINFO::week;
-constexpr auto kWeekday = &DTINFO::weekday;
-constexpr auto kHour = &DTINFO::hour;
-constexpr auto kMinute = &DTINFO::minute;
-constexpr auto kRel = &DTINFO::relKind;
-constexpr auto kAmPm = &DTINFO::ampm;
-constexpr auto kDayNight = &DTINFO::dayNight;
-constexpr auto kEnd = &DTINFO::periodEnd;
-constexpr auto kDuration = &DTINFO::duration;
 
 TEST(AnalColSeq, DayAndNightSettleTheHalfOfTheDay) {
   const struct {

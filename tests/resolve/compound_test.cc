@@ -12,40 +12,25 @@ namespace eti::testing {
 namespace {
 
 constexpr int32_t U = ETI_UNSET;
-using Fields = std::vector<std::pair<int32_t DTINFO::*, int32_t>>;
-
 struct Part {
   Fields fields;
   int32_t from, to;  // bytes of the text
 };
 
-constexpr auto kYear = &DTINFO::year;
-constexpr auto kMonth = &DTINFO::month;
-constexpr auto kDay = &DTINFO::day;
-constexpr auto kWeek = &DTINFO::week;
-constexpr auto kWeekday = &DTINFO::weekday;
-constexpr auto kHour = &DTINFO::hour;
-constexpr auto kMinute = &DTINFO::minute;
-constexpr auto kRel = &DTINFO::relKind;
-constexpr auto kAmPm = &DTINFO::ampm;
-constexpr auto kSpan = &DTINFO::spanKind;
-constexpr auto kDuration = &DTINFO::duration;
 
 // The compounds of found records over `text`, one dump per compound.
 std::string Compound(const std::vector<Part>& parts, const std::string& text) {
   const int32_t n = static_cast<int32_t>(text.size());
-  DTINFO* head = nullptr;
-  DTINFO** link = &head;
+  std::vector<DTINFO*> records;
   for (const Part& p : parts) {
-    DTINFO* r = NewDTINFO();
-    for (const auto& [field, value] : p.fields) r->*field = value;
+    DTINFO* r = MakeRecord(p.fields);
     r->seqBegin = p.from;
     r->seqEnd = p.to;
     r->compoundMarks = static_cast<int32_t*>(std::calloc(n, sizeof(int32_t)));
     for (int32_t k = p.from; k < p.to; ++k) r->compoundMarks[k] = 1;
-    *link = r;
-    link = &r->next;
+    records.push_back(r);
   }
+  DTINFO* head = Chain(records);
   DTINFO* ref = ConvStrToDTINFO("202405100900");
   DTINFO* compounds = CompoundDTInfo(head, ref, n, text.c_str());
   std::string out;

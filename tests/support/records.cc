@@ -35,6 +35,17 @@ std::string Dump(const DTINFO* r) {
   return out.empty() ? "-" : out;
 }
 
+DTINFO* MakeRecord(const Fields& fields) {
+  DTINFO* r = NewDTINFO();
+  for (const auto& [field, value] : fields) r->*field = value;
+  return r;
+}
+
+DTINFO* Chain(const std::vector<DTINFO*>& records) {
+  for (size_t k = 0; k + 1 < records.size(); ++k) records[k]->next = records[k + 1];
+  return records.empty() ? nullptr : records[0];
+}
+
 std::string DumpList(DTINFO* list) {
   if (list == nullptr) return "NULL";
   std::string out;

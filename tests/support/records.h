@@ -10,6 +10,28 @@
 
 namespace eti::testing {
 
+// A record built field by field: {{kYear, 2024}, {kRel, 0}}.
+using Fields = std::vector<std::pair<int32_t DTINFO::*, int32_t>>;
+constexpr auto kYear = &DTINFO::year;
+constexpr auto kMonth = &DTINFO::month;
+constexpr auto kDay = &DTINFO::day;
+constexpr auto kWeek = &DTINFO::week;
+constexpr auto kWeekday = &DTINFO::weekday;
+constexpr auto kHour = &DTINFO::hour;
+constexpr auto kMinute = &DTINFO::minute;
+constexpr auto kRel = &DTINFO::relKind;
+constexpr auto kAmPm = &DTINFO::ampm;
+constexpr auto kDayNight = &DTINFO::dayNight;
+constexpr auto kEnd = &DTINFO::periodEnd;
+constexpr auto kDuration = &DTINFO::duration;
+constexpr auto kSpan = &DTINFO::spanKind;
+
+// A new record with every field unset but `fields`.
+DTINFO* MakeRecord(const Fields& fields);
+
+// Records linked in order into one list; the head.
+DTINFO* Chain(const std::vector<DTINFO*>& records);
+
 // The set fields of a record, in field order: "year=2024 month=5 ampm=1".
 std::string Dump(const DTINFO* record);
 

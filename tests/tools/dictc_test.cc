@@ -1,53 +1,25 @@
 #include "dictc/dictc.h"
 
-#include <dirent.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
+
 #include <unistd.h>
 
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "common/file_util.h"
+#include "support/temp_dir.h"
 
 namespace eti::tools {
 namespace {
 
 class Dictc : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char tmpl[] = "/tmp/dictc_test.XXXXXX";
-    ASSERT_NE(mkdtemp(tmpl), nullptr);
-    dir_ = tmpl;
-  }
-  void TearDown() override {
-    for (const std::string& f : Files()) unlink((dir_ + "/" + f).c_str());
-    rmdir(dir_.c_str());
-  }
-
-  std::string Path(const std::string& name) const { return dir_ + "/" + name; }
-
-  void Write(const std::string& name, const std::string& text) {
-    std::ofstream(Path(name), std::ios::binary) << text;
-  }
-  std::string Read(const std::string& name) {
-    std::string text, error;
-    EXPECT_TRUE(ReadFile(Path(name), &text, &error)) << error;
-    return text;
-  }
-  std::vector<std::string> Files() const {
-    std::vector<std::string> names;
-    if (DIR* d = opendir(dir_.c_str())) {
-      while (dirent* e = readdir(d)) {
-        const std::string n = e->d_name;
-        if (n != "." && n != "..") names.push_back(n);
-      }
-      closedir(d);
-    }
-    return names;
-  }
+  std::string Path(const std::string& name) const { return dir_.Path(name); }
+  void Write(const std::string& name, const std::string& text) { dir_.Write(name, text); }
+  std::string Read(const std::string& name) { return dir_.Read(name); }
+  std::vector<std::string> Files() const { return dir_.Files(); }
 
   int Run(const std::vector<std::string>& args) {
     out_.str("");
@@ -55,7 +27,7 @@ class Dictc : public ::testing::Test {
     return RunDictc(args, out_, err_);
   }
 
-  std::string dir_;
+  testing::TempDir dir_;
   std::ostringstream out_, err_;
 };
 
