@@ -1,7 +1,7 @@
 // Calendar arithmetic: the normalisation that every record goes through.
 #include <benchmark/benchmark.h>
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 static void BM_Date2Sec(benchmark::State& state) {
   int day = 0;

@@ -11,11 +11,11 @@
 #include <vector>
 
 #include "common/case_file.h"
-#include "common/cp949.h"
+#include "session/cp949.h"
 #include "common/dict_source.h"
 #include "common/file_util.h"
 #include "common/trie_format.h"
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 // Heap accounting for the peak-memory benchmark: this binary's allocation
 // functions count the bytes held while tracking is on.
@@ -93,7 +93,7 @@ const Corpus& TheCorpus() {
     const std::string dir = std::string(ETI_SOURCE_DIR) + "/corpus/ko";
     for (const std::string& f : eti::tools::ListFiles(dir, ".tsv")) {
       for (const auto& line : eti::tools::ParseCaseFile(Source("corpus/ko/" + f), f, &errors)) {
-        c.texts.emplace_back(eti::tools::Cp949(line.text), line.ref);
+        c.texts.emplace_back(eti::Cp949(line.text), line.ref);
         c.bytes += c.texts.back().first.size();
       }
     }

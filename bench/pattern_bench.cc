@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "common/cp949.h"
+#include "session/cp949.h"
 #include "common/dict_source.h"
 #include "common/trie_format.h"
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 namespace {
 
@@ -28,7 +28,7 @@ struct Dicts {
 };
 
 void RunCalls(benchmark::State& state, const Dicts& d, const std::string& utf8) {
-  const std::string text = eti::tools::Cp949(utf8);
+  const std::string text = eti::Cp949(utf8);
   for (auto _ : state) {
     TYPED_RESULT* results = nullptr;
     ETI_Main(text.c_str(), &results, "202405151030", d.settings.c_str(), d.replace.data(),

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 namespace {
 

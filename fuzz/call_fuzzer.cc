@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 #include "fuzz_dicts.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

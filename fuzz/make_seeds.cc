@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "common/case_file.h"
-#include "common/cp949.h"
+#include "session/cp949.h"
 #include "common/file_util.h"
 #include "fuzz_dicts.h"
 
@@ -44,7 +44,7 @@ int main(int argc, char** argv) {
   std::vector<eti::tools::SourceError> errors;
   for (const std::string& f : eti::tools::ListFiles(corpus, ".tsv")) {
     for (const auto& c : eti::tools::ParseCaseFile(Read(corpus + "/" + f), f, &errors)) {
-      const std::string cp949 = eti::tools::Cp949(c.text);
+      const std::string cp949 = eti::Cp949(c.text);
       const std::string id = std::to_string(n++);
       Write(out + "/call/" + id, eti::fuzz::CallInput(c.ref, cp949));
       Write(out + "/blob/" + id,

@@ -11,7 +11,7 @@
 
 #include "cli/cli.h"
 #include "common/consistency.h"
-#include "common/cp949.h"
+#include "session/cp949.h"
 #include "common/dict_source.h"
 #include "common/trie_format.h"
 
@@ -53,8 +53,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       std::vector<SourceError> errors;
       const auto words = ReadWordSource(in, "words.txt", &errors);
       std::string utf8;
-      ConvertError bad;
-      if (errors.empty() && !Cp949ToUtf8(WordListText(words), &utf8, &bad)) std::abort();
+      eti::ConvertError bad;
+      if (errors.empty() && !eti::Cp949ToUtf8(WordListText(words), &utf8, &bad)) std::abort();
       break;
     }
     default: {  // a dictionary set: the input cut in three

@@ -47,13 +47,12 @@ int32_t ReplaceWithin(retTypeBBT* hits, char* text, size_t capacity) {
   return applied;
 }
 
-retTypeBBT* Normalise(char* text, size_t capacity, const void* replacementTrie) {
+retTypeBBT* Normalise(char* text, size_t capacity, const BTrie* replacements) {
   if (text == nullptr) return nullptr;
   size_t n = std::strlen(text);
   if (n > 0 && text[n - 1] == '\n') text[--n] = '\0';
 
-  std::unique_ptr<BTrie, TrieDeleter> trie(LoadTrie(replacementTrie));
-  retTypeBBT* hits = removeDuplicatedBBTResult(ETI_getFullDic(text, trie.get(), 1));
+  retTypeBBT* hits = removeDuplicatedBBTResult(ETI_getFullDic(text, replacements, 1));
   if (hits == nullptr) return nullptr;
   if (ReplaceWithin(hits, text, capacity) == 0) {
     ETI_free_retTypeBBT(&hits);  // not even the first replacement fitted
@@ -68,8 +67,9 @@ extern "C" {
 
 retTypeBBT* ChangeStrDate(char* text, const void* replacementTrie) {
   if (text == nullptr) return nullptr;
+  std::unique_ptr<BTrie, eti::TrieDeleter> trie(eti::LoadTrie(replacementTrie));
   // The owner has room for ten times the text as it came in.
-  return eti::Normalise(text, 10 * std::strlen(text), replacementTrie);
+  return eti::Normalise(text, 10 * std::strlen(text), trie.get());
 }
 
 retTypeBBT* removeDuplicatedBBTResult(retTypeBBT* hits) {

@@ -7,14 +7,15 @@
 
 #include <cstddef>
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 namespace eti {
 
-// ChangeStrDate for a buffer of `capacity` bytes (terminator included):
-// a hit whose replacement would not fit is dropped with every hit after it,
-// so the returned hits always describe the rewritten text exactly.
-retTypeBBT* Normalise(char* text, size_t capacity, const void* replacementTrie);
+// ChangeStrDate with a loaded replacement trie, for a buffer of `capacity`
+// bytes (terminator included): a hit whose replacement would not fit is
+// dropped with every hit after it, so the returned hits always describe the
+// rewritten text exactly.
+retTypeBBT* Normalise(char* text, size_t capacity, const BTrie* replacements);
 
 // ReplaceMatchStr within `capacity` bytes; drops (frees) the hits from the
 // first one that would not fit.  Returns the number applied.

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 namespace eti {
 

@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "dict/btrie.h"
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 #include "interpret/dtinfo.h"
 
 namespace eti {

@@ -4,7 +4,7 @@
 #ifndef EXTRACTOR_KR_CALENDAR_CALENDAR_H_
 #define EXTRACTOR_KR_CALENDAR_CALENDAR_H_
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 namespace eti {
 

@@ -6,7 +6,7 @@
 
 #include "calendar/arith.h"
 #include "calendar/lunar.h"
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 namespace eti {
 namespace {

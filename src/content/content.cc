@@ -15,7 +15,7 @@
 #include <string_view>
 #include <vector>
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 namespace eti {
 

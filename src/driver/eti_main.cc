@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 namespace {
 

@@ -14,6 +14,7 @@
 #include "analysis/normalise.h"
 #include "calendar/arith.h"
 #include "dict/btrie.h"
+#include "driver/engine.h"
 #include "driver/time_string.h"
 #include "interpret/dtinfo.h"
 
@@ -211,10 +212,9 @@ void ResultBuilder::Add(DTINFO* rec) {
   }
 }
 
+// The context of a run; its tries belong to the dictionary set.
 struct ContextDeleter {
   void operator()(ETS_CONTEXT* ctx) const {
-    ETI_freeBTrie(ctx->patternTrie);
-    ETI_freeBTrie(ctx->unitSeqTrie);
     Free_DTINFO(ctx->reference);
     std::free(ctx);
   }
@@ -269,6 +269,46 @@ RESULT_ETS* BuildResults(DTINFO* restored, int32_t n, int32_t w,
   return builder.Take();
 }
 
+RESULT_ETS* RunPipeline(const char* text, const char* refTime, const LoadedDictionaries& d,
+                        int32_t* overallType) {
+  if (text == nullptr) return nullptr;
+  const int32_t n = static_cast<int32_t>(std::strlen(text));
+  // The work text may grow to ten times the input through replacements.
+  const size_t capacity = 10 * static_cast<size_t>(n);
+  std::unique_ptr<char, decltype(&std::free)> work(
+      static_cast<char*>(std::malloc(capacity + 1)), &std::free);
+  std::unique_ptr<ETS_CONTEXT, ContextDeleter> ctx(
+      static_cast<ETS_CONTEXT*>(std::calloc(1, sizeof(ETS_CONTEXT))));
+
+  ctx->reference = ConvStrToDTINFO(refTime);
+  if (ctx->reference == nullptr) return nullptr;  // nothing to resolve against
+  std::memcpy(work.get(), text, static_cast<size_t>(n) + 1);
+  std::memcpy(ctx->defaultAmPm, d.defaultAmPm, sizeof(ctx->defaultAmPm));
+  ctx->defaultCentury = d.defaultCentury;
+  // The run reads the tries and never writes them.
+  ctx->patternTrie = const_cast<BTrie*>(d.patterns);
+  ctx->unitSeqTrie = const_cast<BTrie*>(d.unitSequences);
+
+  std::unique_ptr<retTypeBBT, HitsDeleter> replacements(
+      Normalise(work.get(), capacity, d.replacements));
+  const int32_t w = static_cast<int32_t>(std::strlen(work.get()));
+  RETTAGS* tokens = GetTypeFromBBT(work.get(), d.tags);
+  DTINFO* found = ExtAndComp(tokens, work.get(), ctx.get());  // frees the tokens
+  if (found == nullptr) return nullptr;
+  if (overallType != nullptr) *overallType = GetDTtype(found);
+
+  DTINFO* compounded = CompoundDTInfo(found, ctx->reference, w, work.get());
+  Free_DTINFO(found);
+  DTINFO* restored = RestoreTime(compounded, ctx->reference, ctx.get());
+  if (restored == nullptr) {
+    Free_DTINFO(compounded);
+    return nullptr;
+  }
+  RESULT_ETS* results = BuildResults(restored, n, w, replacements.get());
+  Free_DTINFO(restored);
+  return results;
+}
+
 }  // namespace eti
 
 extern "C" {
@@ -303,39 +343,19 @@ void FreeRESULT_ETS(RESULT_ETS* list) {
 RESULT_ETS* ETS(const char* text, const char* refTime, const char* settings, const void* a2,
                 const void* a3, const void* a4, const void* a5, int32_t* overallType) {
   if (text == nullptr) return nullptr;
-  const int32_t n = static_cast<int32_t>(std::strlen(text));
-  // The work text may grow to ten times the input through replacements.
-  const size_t capacity = 10 * static_cast<size_t>(n);
-  std::unique_ptr<char, decltype(&std::free)> work(
-      static_cast<char*>(std::malloc(capacity + 1)), &std::free);
-  std::unique_ptr<ETS_CONTEXT, eti::ContextDeleter> ctx(
-      static_cast<ETS_CONTEXT*>(std::calloc(1, sizeof(ETS_CONTEXT))));
-
-  ctx->reference = ConvStrToDTINFO(refTime);
-  if (ctx->reference == nullptr) return nullptr;  // nothing to resolve against
-  std::memcpy(work.get(), text, static_cast<size_t>(n) + 1);
-  SettingDefaultTime(ctx.get(), settings);
-  ctx->patternTrie = eti::LoadTrie(a4);
-  ctx->unitSeqTrie = eti::LoadTrie(a5);
-
-  std::unique_ptr<retTypeBBT, eti::HitsDeleter> replacements(
-      eti::Normalise(work.get(), capacity, a2));
-  const int32_t w = static_cast<int32_t>(std::strlen(work.get()));
-  RETTAGS* tokens = StackFinder(work.get(), a3);
-  DTINFO* found = ExtAndComp(tokens, work.get(), ctx.get());  // frees the tokens
-  if (found == nullptr) return nullptr;
-  if (overallType != nullptr) *overallType = GetDTtype(found);
-
-  DTINFO* compounded = CompoundDTInfo(found, ctx->reference, w, work.get());
-  Free_DTINFO(found);
-  DTINFO* restored = RestoreTime(compounded, ctx->reference, ctx.get());
-  if (restored == nullptr) {
-    Free_DTINFO(compounded);
-    return nullptr;
-  }
-  RESULT_ETS* results = eti::BuildResults(restored, n, w, replacements.get());
-  Free_DTINFO(restored);
-  return results;
+  // The tries of one call; the tag and replacement tries are loaded for
+  // their stages as well, so that every way in reads a set the same way.
+  std::unique_ptr<BTrie, eti::TrieDeleter> replacements(eti::LoadTrie(a2));
+  std::unique_ptr<BTrie, eti::TrieDeleter> tags(eti::LoadTrie(a3));
+  std::unique_ptr<BTrie, eti::TrieDeleter> patterns(eti::LoadTrie(a4));
+  std::unique_ptr<BTrie, eti::TrieDeleter> units(eti::LoadTrie(a5));
+  eti::LoadedDictionaries d;
+  eti::ReadSettings(settings, &d);
+  d.replacements = replacements.get();
+  d.tags = tags.get();
+  d.patterns = patterns.get();
+  d.unitSequences = units.get();
+  return eti::RunPipeline(text, refTime, d, overallType);
 }
 
 }  // extern "C"

@@ -8,9 +8,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <vector>
 
-#include "extractor_kr.h"
+#include "driver/engine.h"
+#include "extractor_kr/stages.h"
 
 namespace {
 
@@ -18,9 +20,6 @@ constexpr char kKept = '0';
 constexpr char kRemoved = '1';
 constexpr char kRemovedComma = 1;
 
-struct MapDeleter {
-  void operator()(char* p) const { std::free(p); }
-};
 struct DicDeleter {
   void operator()(DicHanddle* d) const { FreeDicHanddle(&d); }
 };
@@ -70,40 +69,7 @@ char* getOthers(const char* text, const RESULT_ETS* list, const char* wordList) 
   if (InitDicHanddle(&raw) == 0) return nullptr;
   std::unique_ptr<DicHanddle, DicDeleter> words(raw);
   if (MakeDic(&raw, wordList != nullptr ? wordList : "") == 0) return nullptr;
-  std::unique_ptr<char, MapDeleter> map(ConvRES2char(list, length));
-
-  int32_t kept = 0;
-  bool afterRemoved = false;
-  for (int32_t i = 0; i < length;) {
-    char& m = map.get()[i];
-    if (m != kKept) {
-      if (m == kRemoved) afterRemoved = true;
-      ++i;
-    } else if (afterRemoved) {
-      afterRemoved = false;
-      const char* w = FollowingWord(words.get(), text + i);
-      if (w != nullptr && w[0] != '\0') {
-        const int32_t n = static_cast<int32_t>(std::strlen(w));
-        for (int32_t k = 0; k < n; ++k) map.get()[i + k] = kRemoved;
-        i += n;
-      }
-      // Otherwise the same byte is looked at again, now as an ordinary one.
-    } else if (text[i] == ',') {
-      m = kRemovedComma;
-      ++i;
-    } else {
-      ++kept;
-      ++i;
-    }
-  }
-
-  auto* out = static_cast<char*>(std::malloc(static_cast<size_t>(kept) + 1));
-  int32_t o = 0;
-  for (int32_t i = 0; i < length; ++i) {
-    if (map.get()[i] == kKept) out[o++] = text[i];
-  }
-  out[o] = '\0';
-  return out;
+  return eti::KeptText(text, eti::RemovalMap(text, length, list, words.get()));
 }
 
 RESULT_ETS* SelectResult(const RESULT_ETS* list) {
@@ -155,3 +121,55 @@ RESULT_ETS* SelectResult(const RESULT_ETS* list) {
 }
 
 }  // extern "C"
+
+namespace eti {
+
+std::string RemovalMap(const char* text, int32_t length, const RESULT_ETS* list,
+                       const DicHanddle* words) {
+  std::string map(static_cast<size_t>(length > 0 ? length : 0), kKept);
+  if (list == nullptr || length <= 0) return map;
+  for (const RESULT_ETS* r = list; r != nullptr; r = r->next) {
+    if (r->marks == nullptr) continue;
+    for (int32_t k = 0; k < length; ++k) {
+      if (r->marks[k] == 1) map[k] = kRemoved;
+    }
+  }
+
+  bool afterRemoved = false;
+  for (int32_t i = 0; i < length;) {
+    char& m = map[i];
+    if (m != kKept) {
+      if (m == kRemoved) afterRemoved = true;
+      ++i;
+    } else if (afterRemoved) {
+      afterRemoved = false;
+      const char* w = words != nullptr ? FollowingWord(words, text + i) : nullptr;
+      if (w != nullptr && w[0] != '\0') {
+        const int32_t n = static_cast<int32_t>(std::strlen(w));
+        for (int32_t k = 0; k < n; ++k) map[i + k] = kRemoved;
+        i += n;
+      }
+      // Otherwise the same byte is looked at again, now as an ordinary one.
+    } else if (text[i] == ',') {
+      m = kRemovedComma;
+      ++i;
+    } else {
+      ++i;
+    }
+  }
+  return map;
+}
+
+char* KeptText(const char* text, const std::string& map) {
+  size_t kept = 0;
+  for (char m : map) kept += m == kKept;
+  auto* out = static_cast<char*>(std::malloc(kept + 1));
+  size_t o = 0;
+  for (size_t i = 0; i < map.size(); ++i) {
+    if (map[i] == kKept) out[o++] = text[i];
+  }
+  out[o] = '\0';
+  return out;
+}
+
+}  // namespace eti

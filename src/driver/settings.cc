@@ -6,7 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "extractor_kr.h"
+#include "driver/engine.h"
+#include "extractor_kr/stages.h"
 
 namespace {
 
@@ -89,3 +90,15 @@ void SettingDefaultTime(ETS_CONTEXT* context, const char* settings) {
 }
 
 }  // extern "C"
+
+namespace eti {
+
+void ReadSettings(const char* settings, LoadedDictionaries* d) {
+  // A setting the text does not give means no default.
+  ETS_CONTEXT ctx = {};
+  SettingDefaultTime(&ctx, settings);
+  std::memcpy(d->defaultAmPm, ctx.defaultAmPm, sizeof(d->defaultAmPm));
+  d->defaultCentury = ctx.defaultCentury;
+}
+
+}  // namespace eti

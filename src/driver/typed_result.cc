@@ -3,9 +3,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "extractor_kr.h"
+#include "driver/engine.h"
+#include "extractor_kr/stages.h"
 
-namespace {
+namespace eti {
 
 // Only the four date periods are rendered; a repeated hour is carried by the
 // pipeline but has no cycle of its own.
@@ -17,7 +18,19 @@ const char* CycleOf(const RESULT_ETS& r) {
   return "00000000000000";
 }
 
-}  // namespace
+void MarkedBytes(const RESULT_ETS& r, int32_t textLength, int32_t* begin, int32_t* end) {
+  *begin = -1;
+  *end = -1;
+  if (r.marks == nullptr) return;
+  // One pass from both ends at once, each side until it finds a mark.
+  for (int32_t i = 0; i < textLength; ++i) {
+    if (*begin == -1 && r.marks[i] == 1) *begin = i;
+    if (*end == -1 && r.marks[textLength - 1 - i] == 1) *end = textLength - i;
+    if (*begin != -1 && *end != -1) break;
+  }
+}
+
+}  // namespace eti
 
 extern "C" {
 
@@ -52,21 +65,13 @@ TYPED_RESULT* newType(const RESULT_ETS* list, const char* text,
     std::memcpy(t->endTime, r->endTime, 15);
     std::memcpy(t->inputInformStart, r->startFlags, 3);
     std::memcpy(t->inputInformEnd, r->endFlags, 3);
-    std::memcpy(t->cycle, CycleOf(*r), 15);
+    std::memcpy(t->cycle, eti::CycleOf(*r), 15);
     t->resultType = r->spanFlag + 1;
     t->next = nullptr;
 
     int32_t beginByte = -1;
     int32_t endByte = -1;
-    if (r->marks != nullptr) {
-      for (int32_t i = 0; i < textLength; ++i) {
-        if (beginByte == -1 && r->marks[i] == 1) beginByte = i;
-        if (endByte == -1 && r->marks[textLength - 1 - i] == 1) {
-          endByte = textLength - i;
-        }
-        if (beginByte != -1 && endByte != -1) break;
-      }
-    }
+    eti::MarkedBytes(*r, textLength, &beginByte, &endByte);
     t->beginIndex = charIndex(text, beginByte);
     t->endIndex = charIndex(text, endByte);
 

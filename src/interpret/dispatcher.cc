@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "dict/btrie.h"
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 #include "interpret/dispatcher.h"
 #include "interpret/dtinfo.h"
 

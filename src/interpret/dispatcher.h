@@ -3,7 +3,7 @@
 #ifndef EXTRACTOR_KR_INTERPRET_DISPATCHER_H_
 #define EXTRACTOR_KR_INTERPRET_DISPATCHER_H_
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 namespace eti {
 

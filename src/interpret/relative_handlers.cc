@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string>
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 #include "interpret/dtinfo.h"
 #include "interpret/unit_walk.h"
 

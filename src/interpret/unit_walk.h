@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 #include "interpret/dtinfo.h"
 
 namespace eti {

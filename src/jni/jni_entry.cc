@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 #include "jni/json_writer.h"
 
 namespace {

@@ -2,7 +2,7 @@
 #ifndef EXTRACTOR_KR_JNI_JSON_WRITER_H_
 #define EXTRACTOR_KR_JNI_JSON_WRITER_H_
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 namespace eti {
 

@@ -9,7 +9,7 @@
 #include <initializer_list>
 
 #include "calendar/arith.h"
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 #include "interpret/dtinfo.h"
 
 namespace eti {

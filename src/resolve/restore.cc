@@ -11,7 +11,7 @@
 
 #include "calendar/arith.h"
 #include "calendar/calendar.h"
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 #include "interpret/dtinfo.h"
 
 namespace eti {

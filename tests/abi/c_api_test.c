@@ -4,7 +4,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 static int failures = 0;
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "analysis/normalise.h"
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 #include "support/dict_builder.h"
 
 namespace eti::testing {

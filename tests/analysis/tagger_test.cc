@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 #include "support/dict_builder.h"
 
 namespace eti::testing {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "calendar/calendar.h"
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 namespace {
 

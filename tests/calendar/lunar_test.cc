@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "calendar/lunar.h"
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 namespace {
 

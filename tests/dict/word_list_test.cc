@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 #include "support/dict_builder.h"
 
 namespace eti::testing {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "driver/time_string.h"
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 #include "interpret/dtinfo.h"
 
 namespace {

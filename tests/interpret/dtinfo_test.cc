@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 #include "interpret/dtinfo.h"
 
 namespace {

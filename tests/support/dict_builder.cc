@@ -62,8 +62,8 @@ std::string Extract(const DictSet& d, const std::string& textUtf8, const std::st
   }
   char* json = WriteJsonArray(results);
   std::string out;
-  tools::ConvertError bad;
-  if (!tools::Cp949ToUtf8(json, &out, &bad)) {
+  ConvertError bad;
+  if (!Cp949ToUtf8(json, &out, &bad)) {
     ADD_FAILURE() << "the answer to \"" << textUtf8 << "\" is not CP949 text: " << bad.message
                   << " at byte " << bad.offset;
     out = json;

@@ -8,15 +8,15 @@
 #include <string_view>
 #include <vector>
 
-#include "common/cp949.h"
+#include "session/cp949.h"
 #include "common/dict_source.h"
 #include "dict/btrie.h"
 
 namespace eti::testing {
 
-using tools::Cp949;
+using eti::Cp949;
 using tools::DictKind;
-using tools::Utf8;
+using eti::Utf8;
 
 // The blob of a trie source; a source error fails the current test.
 std::string CompileTrie(DictKind kind, std::string_view source);

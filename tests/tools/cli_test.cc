@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "common/cp949.h"
+#include "session/cp949.h"
 
 namespace eti::tools {
 namespace {

@@ -15,11 +15,11 @@
 #include <memory>
 #include <sstream>
 
-#include "common/cp949.h"
+#include "session/cp949.h"
 #include "common/dict_source.h"
 #include "common/file_util.h"
 #include "common/trie_format.h"
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 #include "jni/json_writer.h"
 
 #ifndef ETI_DEFAULT_DICT_DIR

@@ -10,7 +10,7 @@
 
 #include "common/trie_format.h"
 #include "dict/btrie.h"
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 namespace eti::tools {
 namespace {

@@ -7,7 +7,7 @@
 #include <map>
 #include <utility>
 
-#include "common/cp949.h"
+#include "session/cp949.h"
 
 namespace eti::tools {
 namespace {

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "dict/btrie.h"
-#include "extractor_kr.h"
+#include "extractor_kr/stages.h"
 
 namespace eti::tools {
 namespace {

@@ -10,7 +10,7 @@
 #include <algorithm>
 
 #include "common/consistency.h"
-#include "common/cp949.h"
+#include "session/cp949.h"
 #include "common/dict_source.h"
 #include "common/file_util.h"
 #include "common/trie_format.h"

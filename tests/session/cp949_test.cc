@@ -1,10 +1,10 @@
-#include "common/cp949.h"
+#include "session/cp949.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-namespace eti::tools {
+namespace eti {
 namespace {
 
 TEST(Cp949, KnownCharacters) {
@@ -64,4 +64,4 @@ TEST(Cp949, RefusesWhatItCannotHold) {
 }
 
 }  // namespace
-}  // namespace eti::tools
+}  // namespace eti

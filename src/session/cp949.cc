@@ -1,42 +1,34 @@
 // UTF-8 <-> CP949 conversion over the generated pair table.
-#include "common/cp949.h"
+#include "session/cp949.h"
 
-#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <utility>
-#include <vector>
 
-namespace eti::tools {
+namespace eti {
 namespace {
 
-#include "common/cp949_table.inc"
+#include "session/cp949_table.inc"
 
 constexpr int kFirstLead = 0x81;
 constexpr int kFirstTrail = 0x41;
 constexpr int kTrails = 0xFF - kFirstTrail;
 
-// Unicode -> CP949 pairs, sorted by code point; built once from the decoding
-// table and read-only afterwards.
-const std::vector<std::pair<uint16_t, uint16_t>>& EncodeTable() {
-  static const std::vector<std::pair<uint16_t, uint16_t>> table = [] {
-    std::vector<std::pair<uint16_t, uint16_t>> t;
-    t.reserve(kCp949PairCount);
-    for (int lead = 0; lead < 0xFF - kFirstLead; ++lead) {
-      for (int trail = 0; trail < kTrails; ++trail) {
+// Code point -> CP949 pair for the Basic Multilingual Plane, 0 = none; built
+// once from the decoding table and read-only afterwards.  Where two pairs
+// decode to one code point, the first in table order is written.
+const std::array<uint16_t, 0x10000>& EncodeTable() {
+  static const std::array<uint16_t, 0x10000> table = [] {
+    std::array<uint16_t, 0x10000> t{};
+    for (int lead = 0xFE - kFirstLead; lead >= 0; --lead) {
+      for (int trail = kTrails - 1; trail >= 0; --trail) {
         const uint16_t u = kCp949ToUnicode[lead][trail];
         if (u != 0) {
-          t.emplace_back(u, static_cast<uint16_t>(((lead + kFirstLead) << 8) |
-                                                  (trail + kFirstTrail)));
+          t[u] = static_cast<uint16_t>(((lead + kFirstLead) << 8) | (trail + kFirstTrail));
         }
       }
     }
-    std::sort(t.begin(), t.end());
-    // Keep the first pair of a code point that two pairs decode to.
-    t.erase(std::unique(t.begin(), t.end(),
-                        [](const auto& a, const auto& b) { return a.first == b.first; }),
-            t.end());
     return t;
   }();
   return table;
@@ -48,7 +40,33 @@ std::string CodePointName(uint32_t cp) {
   return buf;
 }
 
-// Decodes one UTF-8 character at s[i]; returns its length, 0 if malformed.
+void AppendUtf8(uint32_t cp, std::string* out) {
+  if (cp < 0x80) {
+    out->push_back(static_cast<char>(cp));
+  } else if (cp < 0x800) {
+    out->push_back(static_cast<char>(0xC0 | (cp >> 6)));
+    out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+  } else {
+    out->push_back(static_cast<char>(0xE0 | (cp >> 12)));
+    out->push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+    out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+  }
+}
+
+bool Fail(ConvertError* error, size_t offset, std::string message) {
+  if (error != nullptr) {
+    error->offset = offset;
+    error->message = std::move(message);
+  }
+  return false;
+}
+
+}  // namespace
+
+uint16_t Cp949Pair(uint32_t codePoint) {
+  return codePoint < 0x10000 ? EncodeTable()[codePoint] : 0;
+}
+
 size_t DecodeUtf8(std::string_view s, size_t i, uint32_t* cp) {
   const auto b = [&](size_t k) { return static_cast<unsigned char>(s[k]); };
   const unsigned char c = b(i);
@@ -83,32 +101,8 @@ size_t DecodeUtf8(std::string_view s, size_t i, uint32_t* cp) {
   return n;
 }
 
-void AppendUtf8(uint32_t cp, std::string* out) {
-  if (cp < 0x80) {
-    out->push_back(static_cast<char>(cp));
-  } else if (cp < 0x800) {
-    out->push_back(static_cast<char>(0xC0 | (cp >> 6)));
-    out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else {
-    out->push_back(static_cast<char>(0xE0 | (cp >> 12)));
-    out->push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  }
-}
-
-bool Fail(ConvertError* error, size_t offset, std::string message) {
-  if (error != nullptr) {
-    error->offset = offset;
-    error->message = std::move(message);
-  }
-  return false;
-}
-
-}  // namespace
-
 bool Utf8ToCp949(std::string_view utf8, std::string* out, ConvertError* error) {
   out->clear();
-  const auto& table = EncodeTable();
   for (size_t i = 0; i < utf8.size();) {
     uint32_t cp = 0;
     const size_t n = DecodeUtf8(utf8, i, &cp);
@@ -117,13 +111,10 @@ bool Utf8ToCp949(std::string_view utf8, std::string* out, ConvertError* error) {
     if (cp < 0x80) {
       out->push_back(static_cast<char>(cp));
     } else {
-      auto it = std::lower_bound(table.begin(), table.end(),
-                                 std::make_pair(static_cast<uint16_t>(cp), uint16_t{0}));
-      if (cp > 0xFFFF || it == table.end() || it->first != cp) {
-        return Fail(error, i, CodePointName(cp) + " cannot be written in CP949");
-      }
-      out->push_back(static_cast<char>(it->second >> 8));
-      out->push_back(static_cast<char>(it->second & 0xFF));
+      const uint16_t pair = Cp949Pair(cp);
+      if (pair == 0) return Fail(error, i, CodePointName(cp) + " cannot be written in CP949");
+      out->push_back(static_cast<char>(pair >> 8));
+      out->push_back(static_cast<char>(pair & 0xFF));
     }
     i += n;
   }
@@ -177,4 +168,4 @@ std::string Utf8(std::string_view cp949) {
   return out;
 }
 
-}  // namespace eti::tools
+}  // namespace eti
