@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <vector>
 
 namespace eti {
@@ -16,20 +17,30 @@ constexpr int32_t kNone = -1;
 
 // Everything the searches rely on: indexes inside the node table, labels and
 // values NUL-terminated inside the pool, and no cycle through the sibling
-// and child links (shared subtrees are fine).
-bool BlobIsSound(const int32_t* sibling, const int32_t* child,
-                 const int32_t* labelOffset, const char* pool, uint32_t n,
-                 uint32_t s) {
+// and child links (shared subtrees are fine).  The first problem found, in
+// words, or an empty text for a sound blob.
+std::string BlobProblem(const int32_t* sibling, const int32_t* child,
+                        const int32_t* labelOffset, const char* pool, uint32_t n,
+                        uint32_t s) {
+  const auto at = [](uint32_t i) { return "node " + std::to_string(i) + ": "; };
   for (uint32_t i = 0; i < n; ++i) {
     for (int32_t link : {sibling[i], child[i]}) {
-      if (link != kNone && (link < 0 || static_cast<uint32_t>(link) >= n)) return false;
+      if (link != kNone && (link < 0 || static_cast<uint32_t>(link) >= n)) {
+        return at(i) + "link " + std::to_string(link) + " outside the " + std::to_string(n) +
+               " nodes";
+      }
     }
     const int32_t off = labelOffset[i];
-    if (off < 0 || static_cast<uint32_t>(off) >= s) return false;
+    if (off < 0 || static_cast<uint32_t>(off) >= s) {
+      return at(i) + "label offset " + std::to_string(off) + " outside the pool of " +
+             std::to_string(s) + " bytes";
+    }
     const char* label = pool + off;
     const char* labelEnd = static_cast<const char*>(std::memchr(label, '\0', s - off));
-    if (labelEnd == nullptr || labelEnd + 1 >= pool + s) return false;
-    if (std::memchr(labelEnd + 1, '\0', pool + s - (labelEnd + 1)) == nullptr) return false;
+    if (labelEnd == nullptr || labelEnd + 1 >= pool + s ||
+        std::memchr(labelEnd + 1, '\0', pool + s - (labelEnd + 1)) == nullptr) {
+      return at(i) + "label or value runs past the end of the pool";
+    }
   }
   // Links that all point to later nodes cannot form a cycle (the compiler
   // numbers its tries so); otherwise a depth-first search looks for one.
@@ -38,7 +49,7 @@ bool BlobIsSound(const int32_t* sibling, const int32_t* child,
     forward = (sibling[i] == kNone || static_cast<uint32_t>(sibling[i]) > i) &&
               (child[i] == kNone || static_cast<uint32_t>(child[i]) > i);
   }
-  if (forward) return true;
+  if (forward) return {};
   // 0 unseen, 1 on the current path, 2 done.
   std::vector<uint8_t> state(n, 0);
   std::vector<std::pair<uint32_t, int>> stack;  // node, next link to follow
@@ -55,12 +66,12 @@ bool BlobIsSound(const int32_t* sibling, const int32_t* child,
       }
       const int32_t next = k++ == 0 ? sibling[node] : child[node];
       if (next == kNone || state[next] == 2) continue;
-      if (state[next] == 1) return false;
+      if (state[next] == 1) return at(node) + "its links form a cycle";
       state[next] = 1;
       stack.push_back({static_cast<uint32_t>(next), 0});
     }
   }
-  return true;
+  return {};
 }
 
 char* CopyBytes(const char* from, size_t n) {
@@ -113,6 +124,50 @@ bool WalkStopsInside(const BTrie* trie, const char* key) {
   }
 }
 
+BTrie* LoadCheckedTrie(const void* blob, size_t size, std::string* problem) {
+  problem->clear();
+  if (blob == nullptr || size < 8) {
+    *problem = std::to_string(size) + " bytes, shorter than the 8-byte header";
+    return nullptr;
+  }
+  const auto* bytes = static_cast<const char*>(blob);
+  uint32_t n, s;
+  std::memcpy(&n, bytes, 4);
+  std::memcpy(&s, bytes + 4, 4);
+  const uint64_t claimed = 8 + 12 * static_cast<uint64_t>(n) + s;
+  if (claimed != size) {
+    *problem = "the header claims " + std::to_string(claimed) + " bytes (" +
+               std::to_string(n) + " nodes, a pool of " + std::to_string(s) +
+               " bytes) but the blob holds " + std::to_string(size);
+    return nullptr;
+  }
+  if (claimed > 0x7FFFFFFF) {
+    *problem = "larger than 2 GiB";
+    return nullptr;
+  }
+  auto* block = static_cast<char*>(std::malloc(claimed - 8 + 1));
+  auto* trie = static_cast<BTrie*>(std::calloc(1, sizeof(BTrie)));
+  if (block == nullptr || trie == nullptr) {
+    std::free(block);
+    std::free(trie);
+    *problem = "out of memory";
+    return nullptr;
+  }
+  std::memcpy(block, bytes + 8, claimed - 8);
+  auto* sibling = reinterpret_cast<int32_t*>(block);
+  *problem = BlobProblem(sibling, sibling + n, sibling + 2 * n, block + 12 * n, n, s);
+  if (!problem->empty()) {
+    std::free(block);
+    std::free(trie);
+    return nullptr;
+  }
+  trie->sibling = sibling;
+  trie->child = sibling + n;
+  trie->labelOffset = sibling + 2 * n;
+  trie->pool = block + 12 * static_cast<size_t>(n);
+  return trie;
+}
+
 BTrie* LoadTrie(const void* blob) {
   BTrie* trie = nullptr;
   ETI_initEmptyBTrie(&trie);
@@ -148,7 +203,7 @@ int32_t ETI_loadBTrie(BTrie* trie, const void* blob) {
   if (block == nullptr) return 1;
   std::memcpy(block, bytes + 8, size);
   auto* sibling = reinterpret_cast<int32_t*>(block);
-  if (!eti::BlobIsSound(sibling, sibling + n, sibling + 2 * n, block + 12 * n, n, s)) {
+  if (!eti::BlobProblem(sibling, sibling + n, sibling + 2 * n, block + 12 * n, n, s).empty()) {
     std::free(block);
     return 1;
   }

@@ -2,7 +2,9 @@
 #ifndef EXTRACTOR_KR_DICT_BTRIE_H_
 #define EXTRACTOR_KR_DICT_BTRIE_H_
 
+#include <cstddef>
 #include <cstdint>
+#include <string>
 
 #include "extractor_kr/stages.h"
 
@@ -28,6 +30,12 @@ bool WalkStopsInside(const BTrie* trie, const char* key);
 
 // A new BTrie loaded from `blob` (empty when the blob is rejected).
 BTrie* LoadTrie(const void* blob);
+
+// A new BTrie loaded from a blob of `size` bytes, which must be exactly the
+// size its header claims and pass every check of the loader; NULL with the
+// problem in words otherwise ("node 12: label offset 900 outside the pool
+// of 800 bytes").
+BTrie* LoadCheckedTrie(const void* blob, size_t size, std::string* problem);
 
 // Unique owner of a trie for the stages that load one per call.
 struct TrieDeleter {

@@ -26,6 +26,11 @@ struct LoadedDictionaries {
   const DicHanddle* words = nullptr;
 };
 
+// Whether the whole-call entry accepts a reference time: years 1970..2043,
+// months 1..12, days 1..31, hours 0..24, minutes 0..60, read from the first
+// twelve characters as the entry reads them.
+bool AcceptReference(const char* refTime);
+
 // Reads a settings text into `d` (hours and century, both cleared first).
 void ReadSettings(const char* settings, LoadedDictionaries* d);
 

@@ -4,8 +4,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "driver/engine.h"
 #include "extractor_kr/stages.h"
 
+namespace eti {
 namespace {
 
 // atoi of the `width` characters at `at` of a text of `length` bytes; a
@@ -15,6 +17,15 @@ int32_t ReadRefField(const char* text, size_t length, size_t at, size_t width) {
   if (at < length) std::strncpy(buf, text + at, width);
   return std::atoi(buf);
 }
+
+char* CopyText(const char* s) {
+  const size_t n = std::strlen(s);
+  auto* copy = static_cast<char*>(std::malloc(n + 1));
+  std::memcpy(copy, s, n + 1);
+  return copy;
+}
+
+}  // namespace
 
 // Years 1970..2043, months 1..12, days 1..31 whatever the month, hours
 // 0..24 and minutes 0..60: hour 24 and minute 60 are valid references.
@@ -30,14 +41,7 @@ bool AcceptReference(const char* refTime) {
          hour <= 24u && minute <= 60u;
 }
 
-char* CopyText(const char* s) {
-  const size_t n = std::strlen(s);
-  auto* copy = static_cast<char*>(std::malloc(n + 1));
-  std::memcpy(copy, s, n + 1);
-  return copy;
-}
-
-}  // namespace
+}  // namespace eti
 
 extern "C" int32_t ETI_Main(const char* text, TYPED_RESULT** results,
                             const char* refTime, const char* settings,
@@ -45,7 +49,7 @@ extern "C" int32_t ETI_Main(const char* text, TYPED_RESULT** results,
                             const void* a5, const char* a6) {
   if (text == nullptr || results == nullptr) return -1;
   const int32_t textLength = static_cast<int32_t>(std::strlen(text));
-  if (!AcceptReference(refTime)) return -1;
+  if (!eti::AcceptReference(refTime)) return -1;
 
   int32_t overallType = 0;  // the driver has no use for it
   RESULT_ETS* found = ETS(text, refTime, settings, a2, a3, a4, a5, &overallType);
@@ -56,7 +60,7 @@ extern "C" int32_t ETI_Main(const char* text, TYPED_RESULT** results,
   char* content = getOthers(text, found, a6);
   if (content == nullptr) content = getOthers(text, found, "");
   for (TYPED_RESULT* t = *results; t != nullptr; t = t->next) {
-    t->content = CopyText(content != nullptr ? content : "");
+    t->content = eti::CopyText(content != nullptr ? content : "");
   }
   std::free(content);
   FreeRESULT_ETS(found);

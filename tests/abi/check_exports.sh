@@ -1,19 +1,23 @@
 #!/bin/sh
-# The shared library exports exactly the functions that the public header
-# declares with ETI_EXPORT, plus the JNI entry, all unmangled.
-# usage: check_exports.sh NM LIBRARY HEADER
+# The shared library exports exactly the functions that the headers declare
+# with EKR_EXPORT or ETI_EXPORT, plus the JNI entries, all unmangled.
+# usage: check_exports.sh NM LIBRARY HEADER... [-- JNI_SYMBOL...]
 set -eu
 nm_tool=$1
 library=$2
-header=$3
+shift 2
+headers=""
+while [ $# -gt 0 ] && [ "$1" != "--" ]; do headers="$headers $1"; shift; done
+[ $# -gt 0 ] && shift
 tmp=${TMPDIR:-/tmp}/eti_exports.$$
 trap 'rm -f "$tmp".*' EXIT
 
-# Function names that follow ETI_EXPORT in the header (declarations may wrap).
-grep -v '^#' "$header" | tr '\n' ' ' | grep -o 'ETI_EXPORT [^;(]*(' |
+# Function names that follow EKR_EXPORT or ETI_EXPORT in the headers
+# (declarations may wrap).
+# shellcheck disable=SC2086
+cat $headers | grep -v '^#' | tr '\n' ' ' | grep -oE '(EKR|ETI)_EXPORT [^;(]*\(' |
   sed -e 's/($//' -e 's/.*[ *]//' | sort -u >"$tmp.expected"
-echo Java_zelk_tarn_tm_wisp_service_entity_ExtractorKr_getTimeInfo_1native \
-  >>"$tmp.expected"
+for jni in "$@"; do echo "$jni" >>"$tmp.expected"; done
 sort -u -o "$tmp.expected" "$tmp.expected"
 
 # Defined, exported text symbols of the library.

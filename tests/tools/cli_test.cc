@@ -41,19 +41,40 @@ TEST(Cli, ReadsLinesAndJsonLines) {
   const CliRun lines = Cli({"--ref", "202405151030"}, "내일 오후 3시에 강남역에서 만나요\r\n\n");
   EXPECT_EQ(lines.out, std::string(kMeeting) + "[]\n");
 
+  // Any extra fields are allowed, an id of any kind is echoed, the reference
+  // may be a number, blank lines are skipped.
   const CliRun jsonl = Cli({"--jsonl", "--ref", "202405151030"},
-                        "{\"text\": \"\\ub0b4\\uc77c \\uc624\\ud6c4 3\\uc2dc\\uc5d0 "
-                        "\\uac15\\ub0a8\\uc5ed\\uc5d0\\uc11c \\ub9cc\\ub098\\uc694\"}\n"
-                        "{\"ref\": \"202405160900\", \"text\": \"\\\"3시\\\"\"}\n");
+                           "{\"text\": \"\\ub0b4\\uc77c \\uc624\\ud6c4 3\\uc2dc\\uc5d0 "
+                           "\\uac15\\ub0a8\\uc5ed\\uc5d0\\uc11c \\ub9cc\\ub098\\uc694\", "
+                           "\"id\": 7, \"meta\": {\"tags\": [1, null]}}\n"
+                           "  \n"
+                           "{\"ref\": 202405160900, \"text\": \"\\\"3시\\\"\", \"id\": [\"a\", 2]}\n"
+                           "{\"text\": \"없음\"}\n");
   EXPECT_EQ(jsonl.status, 0) << jsonl.err;
   std::istringstream answers(jsonl.out);
-  std::string first, second;
+  std::string first, second, third;
   std::getline(answers, first);
   std::getline(answers, second);
-  EXPECT_EQ(first + "\n", kMeeting);
+  std::getline(answers, third);
+  std::string meeting = kMeeting;
+  meeting.pop_back();
+  EXPECT_EQ(first, "{\"id\":7,\"results\":" + meeting + "}");
   // The content's quotes are escaped; the second line's own reference is used.
+  EXPECT_EQ(second.rfind("{\"id\":[\"a\",2],\"results\":[{", 0), 0u) << second;
   EXPECT_NE(second.find("\"startTime\":\"20240516150000\""), std::string::npos) << second;
   EXPECT_NE(second.find("\"content\":\"\\\"\\\"\""), std::string::npos) << second;
+  EXPECT_EQ(third, "{\"results\":[]}");
+}
+
+TEST(Cli, CharactersOfAnyScriptPassThrough) {
+  const CliRun r = Cli({"--ref", "202405151030", "🎉 내일 오후 3시에 봐 😀"});
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("\"beginIndex\":\"2\",\"endIndex\":\"10\",\"content\":\"🎉    봐 😀\""),
+            std::string::npos)
+      << r.out;
+  const CliRun table = Cli({"--table", "--ref", "202405151030", "🎉 내일 오후 3시에 봐"});
+  EXPECT_NE(table.out.find("  내일 오후 3시  ->  2024-05-16 15:00"), std::string::npos)
+      << table.out;
 }
 
 TEST(Cli, RefusesWhatItCannotReadWithAClearMessage) {
@@ -63,15 +84,21 @@ TEST(Cli, RefusesWhatItCannotReadWithAClearMessage) {
     int status;
     const char* message;
   } cases[] = {
-      {{"--ref", "202405151030", "내일 😀 3시"}, "", 1,
-       "argument 1: character 4: U+1F600 cannot be written in CP949"},
-      {{"--jsonl"}, "{\"text\": 3}\n", 1, "line 1: expected a string at column 10"},
-      {{"--jsonl"}, "{\"ref\": \"202405151030\"}\n", 1, "line 1: no \"text\" field"},
-      {{"--jsonl"}, "{\"text\": \"\\ud800\"}\n", 1, "line 1: unpaired surrogate"},
+      {{"--jsonl"}, "{\"text\": 3}\n", 1, "line 1: no \"text\" string"},
+      {{"--jsonl"}, "\n{\"ref\": \"202405151030\"}\n", 1, "line 2: no \"text\" string"},
+      {{"--jsonl"}, "{\"text\": \"\\ud800\"}\n", 1, "line 1: not JSON: parse error at line 1"},
+      {{"--jsonl"}, "[1, 2]\n", 1, "line 1: not a JSON object"},
+      {{"--jsonl"}, "{\"text\": \"3시\", \"ref\": 2024.5}\n", 1, "line 1: \"ref\" is neither"},
+      {{"--jsonl"}, "{\"text\": \"3시\", \"ref\": \"204401010000\"}\n", 1,
+       "line 1: ref \"204401010000\" is outside years 1970..2043"},
+      {{"--ref", "202405151030"}, "3시\n\xFF" "3시\n", 1, "line 2: malformed UTF-8 at byte 0"},
+      {{"--raw", "--ref", "202405151030", "내일 😀 3시"}, "", 1,
+       "argument 1: byte 7: U+1F600 cannot be written in CP949"},
       {{"--ref", "2024"}, "", 2, "--ref \"2024\" is not twelve digits"},
-      {{"--ref", "204405151030", "3시"}, "", 1, "reference time \"204405151030\" is not"},
+      {{"--ref", "204405151030", "3시"}, "", 2, "--ref \"204405151030\" is outside years"},
       {{"--frobnicate"}, "", 2, "unknown option --frobnicate"},
-      {{"--dict", "/nonexistent", "3시"}, "", 2, "/nonexistent: no dictionaries"},
+      {{"--dict", "/nonexistent", "3시"}, "", 2, "--dict: /nonexistent: no dictionaries"},
+      {{"--settings", "/nonexistent/s.txt", "3시"}, "", 2, "--settings: "},
   };
   for (const auto& c : cases) {
     const CliRun r = Cli(c.args, c.input);
@@ -79,9 +106,10 @@ TEST(Cli, RefusesWhatItCannotReadWithAClearMessage) {
     EXPECT_NE(r.err.find(c.message), std::string::npos) << "stderr: " << r.err;
   }
   // The answer line stays, as an error object, so that lines keep their order.
-  const CliRun r = Cli({"--ref", "202405151030"}, "3시 😀\n3시\n");
-  EXPECT_EQ(r.out.substr(0, 9), "{\"error\":");
-  EXPECT_NE(r.out.find("\n[{"), std::string::npos);
+  const CliRun r = Cli({"--jsonl", "--ref", "202405151030"},
+                       "{\"text\": \"3시\", \"ref\": \"x\", \"id\": \"q1\"}\n{\"text\": \"3시\"}\n");
+  EXPECT_EQ(r.out.rfind("{\"id\":\"q1\",\"error\":\"line 1: ref ", 0), 0u) << r.out;
+  EXPECT_NE(r.out.find("\n{\"results\":[{"), std::string::npos) << r.out;
 }
 
 TEST(Cli, RawTableAndSourceDictionaries) {

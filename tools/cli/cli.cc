@@ -1,54 +1,62 @@
-// extractor-kr.  Each text is converted from UTF-8 to CP949, run through
-// ETI_Main with the chosen dictionaries and reference time, and answered
-// with one line: a JSON array in UTF-8 whose elements carry the library's
-// fields (properly escaped), the library's own bytes (--raw), or a table
-// for people (--table).  A text the encoding cannot hold is answered with
-// an error object naming the character, never silently changed.
+// extractor-kr.  Each text (UTF-8, any characters) goes through the
+// session API with the chosen dictionaries and reference time, and is
+// answered with one line: a JSON array of the found expressions, the
+// whole-call entry's own bytes (--raw), or a table for people (--table).
+// Every problem names the option, argument or input line it came from.
 #include "cli/cli.h"
 
 #include <sys/stat.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <memory>
-#include <sstream>
+#include <nlohmann/json.hpp>
 
-#include "session/cp949.h"
 #include "common/dict_source.h"
 #include "common/file_util.h"
 #include "common/trie_format.h"
-#include "extractor_kr/stages.h"
+#include "driver/engine.h"
 #include "jni/json_writer.h"
-
-#ifndef ETI_DEFAULT_DICT_DIR
-#define ETI_DEFAULT_DICT_DIR ""
-#endif
+#include "session/cp949.h"
+#include "session/extractor.h"
 
 namespace eti::tools {
 namespace {
+
+using Json = nlohmann::ordered_json;
+using session::Extractor;
+using session::Results;
+using session::Status;
 
 constexpr char kUsage[] =
     "usage: extractor-kr [options] [TEXT ...]\n"
     "Finds date and time expressions in Korean texts (UTF-8).  Without TEXT,\n"
     "reads one text per line from standard input.  Answers one line per text.\n"
     "  --ref YYYYMMDDhhmm  reference time (default: now, in Korea)\n"
-    "  --dict DIR          dictionaries: compiled (tags.bin ...) or sources (tags.txt ...)\n"
+    "  --dict DIR          dictionaries: compiled (tags.bin ...) or sources (tags.txt ...);\n"
+    "                      default: the set built into the library\n"
     "  --settings FILE     settings text instead of the dictionaries' own\n"
-    "  --jsonl             input lines are {\"text\": ..., \"ref\": ...} objects\n"
+    "  --jsonl             input lines are JSON objects {\"text\": ..., \"ref\": ..., \"id\": ...};\n"
+    "                      each answer is {\"id\": ..., \"results\": [...]}\n"
     "  --table             a table for people instead of JSON\n"
-    "  --raw               the library's answer as it is (CP949 bytes)\n"
+    "  --raw               the whole-call entry's own answer (CP949 bytes)\n"
     "  -h, --help          this text\n";
 
 struct Options {
-  std::string ref, dictDir = ETI_DEFAULT_DICT_DIR, settingsFile;
+  std::string ref, dictDir, settingsFile;
   bool jsonl = false, table = false, raw = false;
   std::vector<std::string> texts;
 };
 
-struct Dictionaries {
-  std::string settings, replace, tags, patterns, units, words;
+// The six parts of a set, in the order of ekr_dictionaries.
+struct Blobs {
+  std::string parts[6];
+
+  ekr_dictionaries View() const {
+    const auto b = [this](int k) { return ekr_blob{parts[k].data(), parts[k].size()}; };
+    return {b(0), b(1), b(2), b(3), b(4), b(5)};
+  }
 };
 
 bool Exists(const std::string& path) {
@@ -56,26 +64,20 @@ bool Exists(const std::string& path) {
   return stat(path.c_str(), &st) == 0;
 }
 
-// Loads compiled dictionaries, or compiles sources in memory.
-bool LoadDictionaries(const std::string& dir, Dictionaries* d, std::ostream& err) {
+// The set of --dict DIR: compiled files, or sources compiled in memory.
+bool LoadDirectory(const std::string& dir, Blobs* b, std::ostream& err) {
   std::string error;
   if (Exists(dir + "/tags.bin")) {
-    const struct {
-      const char* file;
-      std::string* out;
-    } files[] = {{"settings.txt", &d->settings}, {"replace.bin", &d->replace},
-                 {"tags.bin", &d->tags},         {"patterns.bin", &d->patterns},
-                 {"units.bin", &d->units},       {"words.dic", &d->words}};
-    for (const auto& f : files) {
-      if (!ReadFile(dir + "/" + f.file, f.out, &error)) {
-        err << "extractor-kr: " << error << "\n";
+    for (int k = 0; k < 6; ++k) {
+      if (!ReadFile(dir + "/" + session::kDictionaryFiles[k], &b->parts[k], &error)) {
+        err << "extractor-kr: --dict: " << error << "\n";
         return false;
       }
     }
     return true;
   }
   if (!Exists(dir + "/tags.txt")) {
-    err << "extractor-kr: " << dir << ": no dictionaries (tags.bin or tags.txt) there\n";
+    err << "extractor-kr: --dict: " << dir << ": no dictionaries (tags.bin or tags.txt) there\n";
     return false;
   }
   std::vector<SourceError> errors;
@@ -87,14 +89,14 @@ bool LoadDictionaries(const std::string& dir, Dictionaries* d, std::ostream& err
     source(name, &text);
     return BuildTrieBlob(TrieEntries(ReadTrieSource(text, dir + "/" + name, kind, &errors)));
   };
-  d->replace = trie("replace.txt", DictKind::kReplace);
-  d->tags = trie("tags.txt", DictKind::kTag);
-  d->patterns = trie("patterns.txt", DictKind::kPattern);
-  d->units = trie("units.txt", DictKind::kUnit);
+  source("settings.txt", &b->parts[0]);
+  b->parts[1] = trie("replace.txt", DictKind::kReplace);
+  b->parts[2] = trie("tags.txt", DictKind::kTag);
+  b->parts[3] = trie("patterns.txt", DictKind::kPattern);
+  b->parts[4] = trie("units.txt", DictKind::kUnit);
   std::string words;
   source("words.txt", &words);
-  d->words = WordListText(ReadWordSource(words, dir + "/words.txt", &errors));
-  source("settings.txt", &d->settings);
+  b->parts[5] = WordListText(ReadWordSource(words, dir + "/words.txt", &errors));
   for (const SourceError& e : errors) err << e.Format() << "\n";
   return errors.empty();
 }
@@ -109,281 +111,216 @@ std::string Now() {
   return buf;
 }
 
-void AppendJsonString(const std::string& utf8, std::string* out) {
-  out->push_back('"');
-  for (unsigned char c : utf8) {
-    switch (c) {
-      case '"': *out += "\\\""; break;
-      case '\\': *out += "\\\\"; break;
-      case '\n': *out += "\\n"; break;
-      case '\r': *out += "\\r"; break;
-      case '\t': *out += "\\t"; break;
-      default:
-        if (c < 0x20) {
-          char buf[8];
-          std::snprintf(buf, sizeof(buf), "\\u%04x", c);
-          *out += buf;
-        } else {
-          out->push_back(static_cast<char>(c));
-        }
-    }
+// The problem with a reference time, or "" when it is one the library takes.
+std::string ReferenceProblem(const std::string& ref) {
+  if (ref.size() != 12 || ref.find_first_not_of("0123456789") != std::string::npos) {
+    return "\"" + ref + "\" is not twelve digits YYYYMMDDhhmm";
   }
-  out->push_back('"');
-}
-
-std::string Flags(const uint8_t* f) {
-  return std::to_string(f[0]) + std::to_string(f[1]) + std::to_string(f[2]);
-}
-
-std::string Fixed(const char* field) { return std::string(field, strnlen(field, 14)); }
-
-std::string JsonOf(const TYPED_RESULT* results) {
-  std::string out = "[";
-  for (const TYPED_RESULT* r = results; r != nullptr; r = r->next) {
-    if (r != results) out += ",";
-    const bool span = r->resultType > 1;
-    std::string content;
-    ConvertError bad;
-    if (!Cp949ToUtf8(r->content != nullptr ? r->content : "", &content, &bad)) content.clear();
-    out += "{\"resultType\":\"" + std::to_string(r->resultType) + "\"";
-    out += ",\"startTime\":\"" + Fixed(r->startTime) + "\"";
-    out += ",\"endTime\":\"" + Fixed(span ? r->endTime : r->startTime) + "\"";
-    out += ",\"beginIndex\":\"" + std::to_string(r->beginIndex) + "\"";
-    out += ",\"endIndex\":\"" + std::to_string(r->endIndex) + "\"";
-    out += ",\"content\":";
-    AppendJsonString(content, &out);
-    out += ",\"inputInformStart\":\"" + Flags(r->inputInformStart) + "\"";
-    out += ",\"inputInformEnd\":\"" + Flags(span ? r->inputInformEnd : r->inputInformStart) + "\"";
-    out += ",\"cycle\":\"" + Fixed(r->cycle) + "\"}";
+  if (!AcceptReference(ref.c_str())) {
+    return "\"" + ref + "\" is outside years 1970..2043 (months 1..12, days 1..31, hours 0..24, "
+           "minutes 0..60)";
   }
-  return out + "]";
+  return "";
 }
 
-// "2024-05-16 15:00" from a time string; unknown parts are left out.
-std::string Readable(const std::string& t) {
-  if (t.size() != 14 || t == "FFFFFFFFFFFFFF") return "(open)";
-  std::string out = t.substr(0, 4) + "-" + t.substr(4, 2) + "-" + t.substr(6, 2);
-  if (t.substr(8, 2) != "FF") {
-    out += " " + t.substr(8, 2) + ":" + (t.substr(10, 2) == "FF" ? "00" : t.substr(10, 2));
-    if (t.substr(12, 2) != "FF" && t.substr(12, 2) != "00") out += ":" + t.substr(12, 2);
-  }
-  return out;
-}
-
-// The characters [begin, end) of a UTF-8 text, counted as the library
-// counts them (one per CP949 character, that is one per code point).
-std::string Characters(const std::string& utf8, int32_t begin, int32_t end) {
+// YYYYMMDDhhmmss with F's for what the text left open.
+std::string TimeString(const ekr_moment& m) {
+  const int32_t fields[6] = {m.year, m.month, m.day, m.hour, m.minute, m.second};
   std::string out;
-  int32_t index = 0;
-  for (size_t i = 0; i < utf8.size();) {
-    size_t n = 1;
-    const unsigned char c = static_cast<unsigned char>(utf8[i]);
-    if (c >= 0xF0) n = 4; else if (c >= 0xE0) n = 3; else if (c >= 0xC0) n = 2;
-    if (index >= begin && index < end) out += utf8.substr(i, n);
-    ++index;
-    i += n;
+  for (int k = 0; k < 6; ++k) {
+    const int width = k == 0 ? 4 : 2;
+    if (fields[k] == -1) {
+      out.append(static_cast<size_t>(width), 'F');
+    } else {
+      char buf[16];
+      std::snprintf(buf, sizeof(buf), "%0*d", width, fields[k]);
+      out += buf;
+    }
   }
   return out;
 }
 
-size_t CharacterCount(const std::string& utf8) {
-  size_t n = 0;
-  for (unsigned char c : utf8) n += (c & 0xC0) != 0x80;
-  return n;
+std::string Flags(const ekr_moment& m) {
+  return std::to_string(m.has_date) + std::to_string(m.has_time) + std::to_string(m.has_ampm);
 }
 
-std::string TableOf(const std::string& text, const std::string& ref, const TYPED_RESULT* results) {
-  std::string out = "\"" + text + "\" (reference " + Readable(ref + "00") + ")\n";
-  if (results == nullptr) return out + "  nothing found\n";
-  static const char* kCycles[][2] = {{"00010000000000", "every year"},
-                                     {"00000100000000", "every month"},
-                                     {"00000007000000", "every week"},
-                                     {"00000001000000", "every day"}};
-  for (const TYPED_RESULT* r = results; r != nullptr; r = r->next) {
-    out += "  " + Characters(text, r->beginIndex, r->endIndex) + "  ->  " + Readable(Fixed(r->startTime));
-    if (r->resultType > 1) out += " ~ " + Readable(Fixed(r->endTime));
-    for (const auto& c : kCycles) {
-      if (Fixed(r->cycle) == c[0]) out += "  (" + std::string(c[1]) + ")";
-    }
+const char* CycleString(ekr_cycle c) {
+  switch (c) {
+    case EKR_CYCLE_YEAR: return "00010000000000";
+    case EKR_CYCLE_MONTH: return "00000100000000";
+    case EKR_CYCLE_WEEK: return "00000007000000";
+    case EKR_CYCLE_DAY: return "00000001000000";
+    default: return "00000000000000";
+  }
+}
+
+// The answer in the shape of the native method's JSON array, every value a
+// string, positions in code points, the content in every element.
+Json ResultsJson(const Results& r) {
+  Json array = Json::array();
+  for (const ekr_result& e : r.items) {
+    const ekr_moment& end = e.is_span ? e.end : e.start;
+    array.push_back({{"resultType", e.is_span ? "2" : "1"},
+                     {"startTime", TimeString(e.start)},
+                     {"endTime", TimeString(end)},
+                     {"beginIndex", std::to_string(e.begin_char)},
+                     {"endIndex", std::to_string(e.end_char)},
+                     {"content", r.content},
+                     {"inputInformStart", Flags(e.start)},
+                     {"inputInformEnd", Flags(end)},
+                     {"cycle", CycleString(e.cycle)}});
+  }
+  return array;
+}
+
+std::string Dump(const Json& j) { return j.dump(-1, ' ', false, Json::error_handler_t::replace); }
+
+// "2024-05-16 15:00" from a moment; "(open)" for an open start or end.
+std::string Readable(const ekr_moment& m) {
+  if (m.year == -1 && m.month == -1 && m.day == -1 && m.hour == -1) return "(open)";
+  const std::string t = TimeString(m);
+  std::string out = t.substr(0, 4) + "-" + t.substr(4, 2) + "-" + t.substr(6, 2);
+  if (m.hour != -1) {
+    out += " " + t.substr(8, 2) + ":" + (m.minute == -1 ? "00" : t.substr(10, 2));
+    if (m.second > 0) out += ":" + t.substr(12, 2);
+  }
+  return out;
+}
+
+std::string TableOf(const std::string& text, const std::string& ref, const Results& r) {
+  std::string out = "\"" + text + "\" (reference " + ref.substr(0, 4) + "-" + ref.substr(4, 2) +
+                    "-" + ref.substr(6, 2) + " " + ref.substr(8, 2) + ":" + ref.substr(10, 2) +
+                    ")\n";
+  if (r.items.empty()) return out + "  nothing found\n";
+  static const char* kCycles[] = {"", "every day", "every week", "every month", "every year"};
+  for (const ekr_result& e : r.items) {
+    const std::string expression =
+        e.begin_byte >= 0 ? text.substr(e.begin_byte, e.end_byte - e.begin_byte) : "";
+    out += "  " + expression + "  ->  " + Readable(e.start);
+    if (e.is_span) out += " ~ " + Readable(e.end);
+    if (e.cycle != EKR_CYCLE_NONE) out += std::string("  (") + kCycles[e.cycle] + ")";
     out += "\n";
   }
-  std::string content;
-  ConvertError bad;
-  Cp949ToUtf8(results->content != nullptr ? results->content : "", &content, &bad);
-  return out + "  content: \"" + content + "\"\n";
+  return out + "  content: \"" + r.content + "\"\n";
 }
 
-// A tiny reader for the JSON-lines input: one object of string fields.
-class JsonObject {
+class Tool {
  public:
-  explicit JsonObject(const std::string& s) : s_(s) {}
+  Tool(const Options& o, const Blobs& b, std::unique_ptr<Extractor> ex, std::ostream& out,
+       std::ostream& err)
+      : o_(o), blobs_(b), ex_(std::move(ex)), out_(out), err_(err) {}
 
-  bool Parse(std::string* text, std::string* ref, std::string* error) {
-    Skip();
-    if (!Eat('{')) return Fail("expected '{'", error);
-    Skip();
-    if (Eat('}')) return Fail("no \"text\" field", error);
-    bool haveText = false;
-    while (true) {
-      std::string key, value;
-      Skip();
-      if (!String(&key, error)) return false;
-      Skip();
-      if (!Eat(':')) return Fail("expected ':' after \"" + key + "\"", error);
-      Skip();
-      if (!String(&value, error)) return false;
-      if (key == "text") {
-        *text = value;
-        haveText = true;
-      } else if (key == "ref") {
-        *ref = value;
-      }
-      Skip();
-      if (Eat('}')) break;
-      if (!Eat(',')) return Fail("expected ',' or '}'", error);
+  // Answers one text; false (after an error line) when it could not.
+  bool Answer(const std::string& where, const std::string& text, std::string ref,
+              const Json* id) {
+    if (ref.empty()) ref = o_.ref.empty() ? Now() : o_.ref;
+    const std::string refProblem = ReferenceProblem(ref);
+    if (!refProblem.empty()) return Fail(where, "ref " + refProblem, id);
+    if (o_.raw) return Raw(where, text, ref, id);
+    Results r;
+    const Status s = ex_->Extract(text, ref, &r);
+    if (!s.ok()) return Fail(where, s.detail, id);
+    if (o_.table) {
+      out_ << TableOf(text, ref, r);
+    } else if (o_.jsonl) {
+      Json line = Json::object();
+      if (id != nullptr) line["id"] = *id;
+      line["results"] = ResultsJson(r);
+      out_ << Dump(line) << "\n";
+    } else {
+      out_ << Dump(ResultsJson(r)) << "\n";
     }
-    Skip();
-    if (i_ != s_.size()) return Fail("text after the object", error);
-    if (!haveText) return Fail("no \"text\" field", error);
     return true;
+  }
+
+  bool Fail(const std::string& where, const std::string& problem, const Json* id) {
+    const std::string message = where + ": " + problem;
+    err_ << "extractor-kr: " << message << "\n";
+    Json line = Json::object();
+    if (id != nullptr) line["id"] = *id;
+    line["error"] = message;
+    out_ << Dump(line) << "\n";
+    return false;
   }
 
  private:
-  void Skip() {
-    while (i_ < s_.size() && (s_[i_] == ' ' || s_[i_] == '\t' || s_[i_] == '\r')) ++i_;
-  }
-  bool Eat(char c) {
-    if (i_ < s_.size() && s_[i_] == c) {
-      ++i_;
-      return true;
+  // The whole-call entry, for comparing with what the native method gives.
+  bool Raw(const std::string& where, const std::string& text, const std::string& ref,
+           const Json* id) {
+    std::string cp949;
+    ConvertError bad;
+    if (!Utf8ToCp949(text, &cp949, &bad)) {
+      return Fail(where, "byte " + std::to_string(bad.offset) + ": " + bad.message +
+                             " (--raw reads texts in CP949)",
+                  id);
     }
-    return false;
-  }
-  bool Fail(const std::string& what, std::string* error) {
-    *error = what + " at column " + std::to_string(i_ + 1);
-    return false;
-  }
-  bool Hex4(uint32_t* v) {
-    if (i_ + 4 > s_.size()) return false;
-    *v = 0;
-    for (int k = 0; k < 4; ++k) {
-      const char c = s_[i_++];
-      *v <<= 4;
-      if (c >= '0' && c <= '9') *v |= c - '0';
-      else if (c >= 'a' && c <= 'f') *v |= c - 'a' + 10;
-      else if (c >= 'A' && c <= 'F') *v |= c - 'A' + 10;
-      else return false;
-    }
-    return true;
-  }
-  static void Put(uint32_t cp, std::string* out) {
-    if (cp < 0x80) {
-      out->push_back(static_cast<char>(cp));
-    } else if (cp < 0x800) {
-      out->push_back(static_cast<char>(0xC0 | (cp >> 6)));
-      out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    } else if (cp < 0x10000) {
-      out->push_back(static_cast<char>(0xE0 | (cp >> 12)));
-      out->push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-      out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    } else {
-      out->push_back(static_cast<char>(0xF0 | (cp >> 18)));
-      out->push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-      out->push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-      out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    }
-  }
-  bool String(std::string* out, std::string* error) {
-    if (!Eat('"')) return Fail("expected a string", error);
-    while (i_ < s_.size() && s_[i_] != '"') {
-      const char c = s_[i_++];
-      if (static_cast<unsigned char>(c) < 0x20) return Fail("control character in a string", error);
-      if (c != '\\') {
-        out->push_back(c);
-        continue;
-      }
-      if (i_ >= s_.size()) break;
-      const char e = s_[i_++];
-      switch (e) {
-        case '"': case '\\': case '/': out->push_back(e); break;
-        case 'b': out->push_back('\b'); break;
-        case 'f': out->push_back('\f'); break;
-        case 'n': out->push_back('\n'); break;
-        case 'r': out->push_back('\r'); break;
-        case 't': out->push_back('\t'); break;
-        case 'u': {
-          uint32_t cp;
-          if (!Hex4(&cp)) return Fail("bad \\u escape", error);
-          if (cp >= 0xD800 && cp <= 0xDBFF) {
-            uint32_t low;
-            if (!Eat('\\') || !Eat('u') || !Hex4(&low) || low < 0xDC00 || low > 0xDFFF) {
-              return Fail("unpaired surrogate", error);
-            }
-            cp = 0x10000 + ((cp - 0xD800) << 10) + (low - 0xDC00);
-          } else if (cp >= 0xDC00 && cp <= 0xDFFF) {
-            return Fail("unpaired surrogate", error);
-          }
-          Put(cp, out);
-          break;
-        }
-        default:
-          return Fail(std::string("bad escape \\") + e, error);
-      }
-    }
-    if (!Eat('"')) return Fail("unterminated string", error);
+    TYPED_RESULT* results = nullptr;
+    ETI_Main(cp949.c_str(), &results, ref.c_str(), blobs_.parts[0].c_str(),
+             blobs_.parts[1].data(), blobs_.parts[2].data(), blobs_.parts[3].data(),
+             blobs_.parts[4].data(), blobs_.parts[5].c_str());
+    char* json = WriteJsonArray(results);
+    out_ << json << "\n";
+    std::free(json);
+    ETI_FreeTypedResults(results);
     return true;
   }
 
-  const std::string& s_;
-  size_t i_ = 0;
+  const Options& o_;
+  const Blobs& blobs_;
+  std::unique_ptr<Extractor> ex_;
+  std::ostream& out_;
+  std::ostream& err_;
 };
 
-std::string ErrorObject(const std::string& message) {
-  std::string out = "{\"error\":";
-  AppendJsonString(message, &out);
-  return out + "}";
-}
-
-// Runs one text; returns false (after writing an error line) when it could
-// not be handled.
-bool Answer(const Options& o, const Dictionaries& d, const std::string& where,
-            const std::string& text, std::string ref, std::ostream& out, std::ostream& err) {
-  if (ref.empty()) ref = o.ref.empty() ? Now() : o.ref;
-  std::string cp949;
-  ConvertError bad;
-  if (!Utf8ToCp949(text, &cp949, &bad)) {
-    const std::string message = where + ": character " +
-                                std::to_string(CharacterCount(text.substr(0, bad.offset)) + 1) +
-                                ": " + bad.message + " (texts are read in CP949)";
-    err << "extractor-kr: " << message << "\n";
-    out << ErrorObject(message) << "\n";
+// One line of --jsonl input: false with *problem for a line that is not an
+// object with a "text" string, a "ref" string or whole number (optional) and
+// an "id" of any kind (optional, echoed).
+bool ParseLine(const std::string& line, std::string* text, std::string* ref, Json* id,
+               bool* hasId, std::string* problem) {
+  Json j;
+  try {
+    j = Json::parse(line);
+  } catch (const Json::parse_error& e) {
+    // "[json.exception.parse_error.101] parse error at line 1, column 3: ..."
+    const std::string what = e.what();
+    const size_t at = what.find("] ");
+    *problem = "not JSON: " + (at == std::string::npos ? what : what.substr(at + 2));
     return false;
   }
-  TYPED_RESULT* results = nullptr;
-  if (ETI_Main(cp949.c_str(), &results, ref.c_str(), d.settings.c_str(), d.replace.data(),
-               d.tags.data(), d.patterns.data(), d.units.data(), d.words.c_str()) != 0) {
-    const std::string message = where + ": reference time \"" + ref +
-                                "\" is not YYYYMMDDhhmm within 1970..2043";
-    err << "extractor-kr: " << message << "\n";
-    out << ErrorObject(message) << "\n";
+  if (!j.is_object()) {
+    *problem = "not a JSON object";
     return false;
   }
-  if (o.raw) {
-    char* json = WriteJsonArray(results);
-    out << json << "\n";
-    std::free(json);
-  } else if (o.table) {
-    out << TableOf(text, ref, results);
-  } else {
-    out << JsonOf(results) << "\n";
+  const auto t = j.find("text");
+  if (t == j.end() || !t->is_string()) {
+    *problem = "no \"text\" string";
+    return false;
   }
-  ETI_FreeTypedResults(results);
+  *text = t->get<std::string>();
+  const auto r = j.find("ref");
+  if (r != j.end()) {
+    if (r->is_string()) {
+      *ref = r->get<std::string>();
+    } else if (r->is_number_unsigned()) {
+      *ref = std::to_string(r->get<uint64_t>());
+    } else {
+      *problem = "\"ref\" is neither a string nor a whole number";
+      return false;
+    }
+  }
+  const auto i = j.find("id");
+  *hasId = i != j.end();
+  if (*hasId) *id = *i;
   return true;
 }
 
 int Usage(std::ostream& err, const std::string& problem) {
   err << "extractor-kr: " << problem << "\n" << kUsage;
   return 2;
+}
+
+bool Blank(const std::string& line) {
+  return line.find_first_not_of(" \t\r") == std::string::npos;
 }
 
 }  // namespace
@@ -403,9 +340,8 @@ int RunCli(const std::vector<std::string>& args, std::istream& in, std::ostream&
       return 0;
     } else if (a == "--ref") {
       if (!value(&o.ref)) return Usage(err, "--ref needs YYYYMMDDhhmm");
-      if (o.ref.size() != 12 || o.ref.find_first_not_of("0123456789") != std::string::npos) {
-        return Usage(err, "--ref \"" + o.ref + "\" is not twelve digits YYYYMMDDhhmm");
-      }
+      const std::string problem = ReferenceProblem(o.ref);
+      if (!problem.empty()) return Usage(err, "--ref " + problem);
     } else if (a == "--dict") {
       if (!value(&o.dictDir)) return Usage(err, "--dict needs a directory");
     } else if (a == "--settings") {
@@ -423,22 +359,39 @@ int RunCli(const std::vector<std::string>& args, std::istream& in, std::ostream&
     }
   }
   if (o.jsonl && !o.texts.empty()) return Usage(err, "--jsonl reads standard input only");
-  if (o.dictDir.empty()) return Usage(err, "no dictionaries: give --dict DIR");
+  if (o.table + o.raw > 1) return Usage(err, "--table and --raw do not go together");
 
-  Dictionaries d;
-  if (!LoadDictionaries(o.dictDir, &d, err)) return 2;
+  Blobs blobs;
+  if (o.dictDir.empty()) {
+    const ekr_dictionaries d = session::DefaultDictionaries();
+    const ekr_blob parts[6] = {d.settings, d.replacements, d.tags,
+                               d.patterns, d.unit_sequences, d.words};
+    for (int k = 0; k < 6; ++k) {
+      blobs.parts[k].assign(static_cast<const char*>(parts[k].data), parts[k].size);
+    }
+  } else if (!LoadDirectory(o.dictDir, &blobs, err)) {
+    return 2;
+  }
   if (!o.settingsFile.empty()) {
     std::string error;
-    if (!ReadFile(o.settingsFile, &d.settings, &error)) {
-      err << "extractor-kr: " << error << "\n";
+    if (!ReadFile(o.settingsFile, &blobs.parts[0], &error)) {
+      err << "extractor-kr: --settings: " << error << "\n";
       return 2;
     }
   }
+  std::unique_ptr<Extractor> ex;
+  const Status opened = Extractor::Open(blobs.View(), &ex);
+  if (!opened.ok()) {
+    err << "extractor-kr: " << (o.dictDir.empty() ? "" : "--dict " + o.dictDir + ": ")
+        << opened.detail << "\n";
+    return 2;
+  }
 
+  Tool tool(o, blobs, std::move(ex), out, err);
   bool ok = true;
   if (!o.texts.empty()) {
     for (size_t k = 0; k < o.texts.size(); ++k) {
-      ok &= Answer(o, d, "argument " + std::to_string(k + 1), o.texts[k], "", out, err);
+      ok &= tool.Answer("argument " + std::to_string(k + 1), o.texts[k], "", nullptr);
     }
     return ok ? 0 : 1;
   }
@@ -447,17 +400,18 @@ int RunCli(const std::vector<std::string>& args, std::istream& in, std::ostream&
     if (!line.empty() && line.back() == '\r') line.pop_back();
     const std::string where = "line " + std::to_string(number);
     if (!o.jsonl) {
-      ok &= Answer(o, d, where, line, "", out, err);
+      ok &= tool.Answer(where, line, "", nullptr);
       continue;
     }
-    std::string text, ref, error;
-    if (!JsonObject(line).Parse(&text, &ref, &error)) {
-      err << "extractor-kr: " << where << ": " << error << "\n";
-      out << ErrorObject(where + ": " + error) << "\n";
-      ok = false;
+    if (Blank(line)) continue;
+    std::string text, ref, problem;
+    Json id;
+    bool hasId = false;
+    if (!ParseLine(line, &text, &ref, &id, &hasId, &problem)) {
+      ok &= tool.Fail(where, problem, nullptr);
       continue;
     }
-    ok &= Answer(o, d, where, text, ref, out, err);
+    ok &= tool.Answer(where, text, ref, hasId ? &id : nullptr);
   }
   return ok ? 0 : 1;
 }

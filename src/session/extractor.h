@@ -1,0 +1,79 @@
+// The session API behind <extractor_kr.h>: an extractor holds a dictionary
+// set loaded and checked once; every extraction runs the engine's pipeline
+// and remainder text over it and maps the answer back onto the UTF-8 text
+// it was given.  The C functions (c_api.cc) are thin wrappers; the
+// bindings and the tools use this layer directly to get the problem of a
+// failed call in words.
+#ifndef EXTRACTOR_KR_SESSION_EXTRACTOR_H_
+#define EXTRACTOR_KR_SESSION_EXTRACTOR_H_
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "dict/btrie.h"
+#include "driver/engine.h"
+#include "extractor_kr.h"
+
+namespace eti::session {
+
+// A status and, for anything but EKR_OK, what went wrong and where
+// ("tags.bin: node 12: label offset 900 outside the pool of 800 bytes").
+struct Status {
+  ekr_status code = EKR_OK;
+  std::string detail;
+
+  bool ok() const { return code == EKR_OK; }
+  static Status Error(ekr_status code, std::string detail) { return {code, std::move(detail)}; }
+};
+
+// The answer of one extraction.
+struct Results {
+  std::vector<ekr_result> items;
+  std::string content;
+};
+
+// The file names of a dictionary directory, in the order of the fields of
+// ekr_dictionaries.
+extern const char* const kDictionaryFiles[6];
+
+// The set compiled into the library (static data, never freed).
+ekr_dictionaries DefaultDictionaries();
+
+class Extractor {
+ public:
+  // Loads and checks a set; copies what it keeps.
+  static Status Open(const ekr_dictionaries& d, std::unique_ptr<Extractor>* out);
+  // Reads the six files of a directory (kDictionaryFiles) and opens them.
+  static Status OpenDir(const std::string& dir, std::unique_ptr<Extractor>* out);
+  // The set compiled into the library.
+  static Status OpenDefault(std::unique_ptr<Extractor>* out);
+
+  ~Extractor();
+  Extractor(const Extractor&) = delete;
+  Extractor& operator=(const Extractor&) = delete;
+
+  // The expressions of a UTF-8 text against a reference time (twelve digits
+  // YYYYMMDDhhmm).  Safe to call from many threads at once.
+  Status Extract(std::string_view text, std::string_view reference, Results* out) const;
+
+ private:
+  Extractor() = default;
+
+  std::unique_ptr<BTrie, TrieDeleter> tries_[4];
+  DicHanddle* words_ = nullptr;
+  LoadedDictionaries dicts_;
+};
+
+}  // namespace eti::session
+
+// The opaque types of the C API.
+struct ekr_extractor {
+  std::unique_ptr<eti::session::Extractor> impl;
+};
+struct ekr_results {
+  eti::session::Results impl;
+};
+
+#endif  // EXTRACTOR_KR_SESSION_EXTRACTOR_H_

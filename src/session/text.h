@@ -1,0 +1,48 @@
+// Reading a UTF-8 text for the engine, which reads CP949.  Every character
+// CP949 can hold becomes its CP949 form; every other one (an emoji, a rare
+// Hanja, another script) becomes one tab.  A tab is a blank to the engine
+// but no token: no dictionary key can hold one (sources are tab-separated),
+// so the character joins no expression, while an expression on either side
+// of it is read as it would be beside a space, and expressions on both
+// sides still join as they do across blanks.  Each character of the CP949
+// text stands for exactly one code point of the UTF-8 text, so character k
+// of the one is code point k of the other.
+#ifndef EXTRACTOR_KR_SESSION_TEXT_H_
+#define EXTRACTOR_KR_SESSION_TEXT_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace eti::session {
+
+// The stand-in of a character that CP949 cannot hold.
+constexpr char kPlaceholder = '\t';
+
+// The longest text read, in UTF-8 bytes.  Positions inside the engine are
+// 32-bit and its work text may grow to ten times the text.
+constexpr size_t kMaxTextBytes = size_t{64} << 20;
+
+struct EngineText {
+  std::string cp949;
+  // Where character k starts in the text given: its UTF-8 byte offset and
+  // its UTF-16 offset; one more entry for the end of the text.
+  std::vector<int32_t> utf8Start, utf16Start;
+};
+
+enum class TextProblem { kNone, kMalformed, kNul, kTooLong };
+
+// Reads `utf8` into *out.  On a problem, *where is the byte offset of the
+// offending character (the length limit for kTooLong).
+TextProblem ReadText(std::string_view utf8, EngineText* out, size_t* where);
+
+// The UTF-8 text of the characters of `text` whose CP949 bytes `map` keeps
+// ('0' in the removal map of the remainder text), each written as it stood
+// in `utf8`.  A character removed only in part is left out.
+std::string KeptUtf8(std::string_view utf8, const EngineText& text, const std::string& map);
+
+}  // namespace eti::session
+
+#endif  // EXTRACTOR_KR_SESSION_TEXT_H_
