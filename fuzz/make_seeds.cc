@@ -1,8 +1,9 @@
 // Writes the seed inputs of the fuzz targets, made from the development
 // corpus and the bundled dictionary sources, into the directory given:
 // call/ (one whole call per corpus sentence), blob/ (the sentences over
-// empty tries), tools/ (text lines, JSON lines and dictionary sources), and
-// texts.txt (every corpus text, one per line, for the leak check).
+// empty tries), tools/ (text lines, JSON lines and dictionary sources),
+// session/ (each sentence through the session API, with the bundled set and
+// with one edit of it), and texts.txt (every corpus text, one per line, for the leak check).
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -36,7 +37,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   const std::string out = argv[1];
-  for (const char* sub : {"", "/call", "/blob", "/tools"}) mkdir((out + sub).c_str(), 0755);
+  for (const char* sub : {"", "/call", "/blob", "/tools", "/session"}) mkdir((out + sub).c_str(), 0755);
 
   const std::string corpus = std::string(ETI_SOURCE_DIR) + "/corpus/ko";
   std::string texts, jsonl;
@@ -49,6 +50,13 @@ int main(int argc, char** argv) {
       Write(out + "/call/" + id, eti::fuzz::CallInput(c.ref, cp949));
       Write(out + "/blob/" + id,
             std::string(1, static_cast<char>(std::min<size_t>(cp949.size(), 255))) + cp949);
+      const std::string ref = (c.ref + "000000000000").substr(0, 12);
+      Write(out + "/session/" + id, std::string(1, '\0') + ref + c.text);
+      if (n % 16 == 0) {
+        // One edit: a byte of the tag trie's pool set to a space.
+        Write(out + "/session/edited-" + id,
+              std::string(1, '\1') + ref + std::string("\1\2\0\x40\x01\0 ", 7) + c.text);
+      }
       texts += c.text + "\n";
       std::string quoted;
       for (char ch : c.text) quoted += ch == '"' ? std::string("\\\"") : std::string(1, ch);

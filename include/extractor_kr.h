@@ -107,7 +107,10 @@ EKR_EXPORT void ekr_close(ekr_extractor* ex);
 /* The status in words ("ok", "invalid text" ...); never NULL. */
 EKR_EXPORT const char* ekr_status_text(ekr_status s);
 
-/* A moment as the text gave it, completed against the reference time. */
+/* A moment as the text gave it, completed against the reference time.  A
+ * moment the calendar cannot place (one before 1970, reached by counting
+ * back from the reference) keeps the fields as the engine computed them,
+ * which may lie outside their ranges. */
 typedef struct ekr_moment {
   /* -1 where the text left the field open; all -1 for an open end. */
   int32_t year, month, day, hour, minute, second;

@@ -5,7 +5,7 @@
 # (build/fuzz/fuzz/work/TARGET).  A crash is written to
 # build/fuzz/fuzz/crashes/ and fails the run; copy it into
 # fuzz/regressions/TARGET with its fix.
-#   scripts/fuzz.sh call|blob|tools SECONDS [more libFuzzer flags]
+#   scripts/fuzz.sh call|blob|tools|session SECONDS [more libFuzzer flags]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 target=$1

@@ -5,10 +5,10 @@
 #   install-deps.sh         everything the tests need as well
 set -euo pipefail
 
-packages=(cmake make g++ openjdk-17-jdk-headless)
+packages=(cmake make g++ openjdk-17-jdk-headless nlohmann-json3-dev)
 if [ "${1:-all}" != "build" ]; then
   packages+=(
-    libgtest-dev googletest libbenchmark-dev
+    libgtest-dev googletest libbenchmark-dev pkg-config
     g++-aarch64-linux-gnu qemu-user
     clang libclang-rt-14-dev valgrind
   )

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Builds and runs every test: the release build with all tests (the JVM
-# tests, the soak and the valgrind leak check among them), the same tests
-# under AddressSanitizer and UndefinedBehaviorSanitizer, the aarch64 cross
-# build whose tests run under qemu-user, and a short run of each fuzz target
-# (about a minute in all) over its seeds and regression inputs.  Installs
-# what the machine lacks first.
+# tests, the soak, the valgrind leak check and the installed-copy consumer
+# among them), the same tests under AddressSanitizer and
+# UndefinedBehaviorSanitizer, the threaded tests under ThreadSanitizer, the
+# aarch64 cross build whose tests run under qemu-user, and a short run of
+# each fuzz target over its seeds and regression inputs.  Installs what the
+# machine lacks first.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$(pwd)
@@ -28,6 +29,12 @@ cmake --build build/asan -j"$jobs"
   UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   ctest --output-on-failure -j"$jobs")
 
+step "ThreadSanitizer build, threaded tests"
+cmake -S . -B build/tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DEXTRACTOR_KR_SANITIZE=thread \
+  -DEXTRACTOR_KR_BENCH=OFF -DEXTRACTOR_KR_JAVA=OFF >/dev/null
+cmake --build build/tsan -j"$jobs" --target threads_test calendar_test
+(cd build/tsan && TSAN_OPTIONS=halt_on_error=1 ctest --output-on-failure -L threads)
+
 step "aarch64 cross build, tests under qemu-user"
 cmake -S . -B build/aarch64 -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_TOOLCHAIN_FILE="$root/cmake/aarch64-linux-gnu.cmake" \
@@ -45,5 +52,6 @@ cmake --build build/fuzz -j"$jobs"
 scripts/fuzz.sh call 25
 scripts/fuzz.sh blob 15
 scripts/fuzz.sh tools 20
+scripts/fuzz.sh session 25
 
 step "all tests passed"

@@ -40,19 +40,6 @@ std::string CodePointName(uint32_t cp) {
   return buf;
 }
 
-void AppendUtf8(uint32_t cp, std::string* out) {
-  if (cp < 0x80) {
-    out->push_back(static_cast<char>(cp));
-  } else if (cp < 0x800) {
-    out->push_back(static_cast<char>(0xC0 | (cp >> 6)));
-    out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else {
-    out->push_back(static_cast<char>(0xE0 | (cp >> 12)));
-    out->push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  }
-}
-
 bool Fail(ConvertError* error, size_t offset, std::string message) {
   if (error != nullptr) {
     error->offset = offset;
@@ -62,6 +49,29 @@ bool Fail(ConvertError* error, size_t offset, std::string message) {
 }
 
 }  // namespace
+
+void AppendUtf8(uint32_t cp, std::string* out) {
+  if (cp < 0x80) {
+    out->push_back(static_cast<char>(cp));
+  } else if (cp < 0x800) {
+    out->push_back(static_cast<char>(0xC0 | (cp >> 6)));
+    out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+  } else if (cp < 0x10000) {
+    out->push_back(static_cast<char>(0xE0 | (cp >> 12)));
+    out->push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+    out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+  } else {
+    out->push_back(static_cast<char>(0xF0 | (cp >> 18)));
+    out->push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
+    out->push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+    out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+  }
+}
+
+uint16_t Cp949Decode(unsigned char lead, unsigned char trail) {
+  if (lead < kFirstLead || lead == 0xFF || trail < kFirstTrail || trail == 0xFF) return 0;
+  return kCp949ToUnicode[lead - kFirstLead][trail - kFirstTrail];
+}
 
 uint16_t Cp949Pair(uint32_t codePoint) {
   return codePoint < 0x10000 ? EncodeTable()[codePoint] : 0;
@@ -134,10 +144,7 @@ bool Cp949ToUtf8(std::string_view cp949, std::string* out, ConvertError* error) 
     if (lead < kFirstLead || lead == 0xFF || i + 1 >= cp949.size()) {
       return Fail(error, i, "not a CP949 character");
     }
-    const unsigned char trail = static_cast<unsigned char>(cp949[i + 1]);
-    const uint16_t u = (trail >= kFirstTrail && trail < 0xFF)
-                           ? kCp949ToUnicode[lead - kFirstLead][trail - kFirstTrail]
-                           : 0;
+    const uint16_t u = Cp949Decode(lead, static_cast<unsigned char>(cp949[i + 1]));
     if (u == 0) return Fail(error, i, "not a CP949 character");
     AppendUtf8(u, out);
     i += 2;

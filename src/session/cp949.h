@@ -23,6 +23,12 @@ struct ConvertError {
 // CP949 cannot hold it.  Only for code points of 0x80 and above.
 uint16_t Cp949Pair(uint32_t codePoint);
 
+// The code point of the CP949 pair (lead, trail), or 0 when it is none.
+uint16_t Cp949Decode(unsigned char lead, unsigned char trail);
+
+// Appends the UTF-8 form of a code point.
+void AppendUtf8(uint32_t codePoint, std::string* out);
+
 // Decodes the UTF-8 character at s[i]: its length in bytes with *codePoint
 // set, or 0 when it is malformed (a bad or missing continuation byte, an
 // overlong form, a surrogate, a value past U+10FFFF).

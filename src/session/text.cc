@@ -53,19 +53,45 @@ TextProblem ReadText(std::string_view utf8, EngineText* out, size_t* where) {
 }
 
 std::string KeptUtf8(std::string_view utf8, const EngineText& text, const std::string& map) {
+  constexpr uint32_t kReplacement = 0xFFFD;
   std::string out;
   out.reserve(utf8.size());
-  size_t byte = 0;  // in the CP949 text
+  const auto slice = [&](size_t k) {
+    return utf8.substr(text.utf8Start[k], text.utf8Start[k + 1] - text.utf8Start[k]);
+  };
+  int lead = -1;  // a kept byte of 0x80 or above waiting for the byte after it
+  // One kept byte of character k, read as the whole-call content reads it.
+  const auto byte = [&](unsigned char b, size_t k) {
+    if (lead >= 0) {
+      const uint16_t u = Cp949Decode(static_cast<unsigned char>(lead), b);
+      lead = -1;
+      AppendUtf8(u != 0 ? u : kReplacement, &out);
+      if (u != 0) return;
+    }
+    if (b >= 0x80) {
+      lead = b;
+    } else if (b == static_cast<unsigned char>(kPlaceholder)) {
+      out.append(slice(k));  // a tab stands for itself or for its character
+    } else {
+      out.push_back(static_cast<char>(b));
+    }
+  };
+  size_t p = 0;  // in the CP949 text
   const size_t chars = text.utf8Start.size() - 1;
   for (size_t k = 0; k < chars; ++k) {
-    const size_t width = static_cast<unsigned char>(text.cp949[byte]) >= 0x80 ? 2 : 1;
-    bool kept = true;
-    for (size_t b = byte; b < byte + width; ++b) kept = kept && b < map.size() && map[b] == '0';
-    if (kept) {
-      out.append(utf8.substr(text.utf8Start[k], text.utf8Start[k + 1] - text.utf8Start[k]));
+    const size_t width = static_cast<unsigned char>(text.cp949[p]) >= 0x80 ? 2 : 1;
+    bool whole = lead < 0;
+    for (size_t b = p; b < p + width; ++b) whole = whole && map[b] == '0';
+    if (whole) {
+      out.append(slice(k));
+    } else {
+      for (size_t b = p; b < p + width; ++b) {
+        if (map[b] == '0') byte(static_cast<unsigned char>(text.cp949[b]), k);
+      }
     }
-    byte += width;
+    p += width;
   }
+  if (lead >= 0) AppendUtf8(kReplacement, &out);
   return out;
 }
 

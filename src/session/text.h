@@ -38,9 +38,13 @@ enum class TextProblem { kNone, kMalformed, kNul, kTooLong };
 // offending character (the length limit for kTooLong).
 TextProblem ReadText(std::string_view utf8, EngineText* out, size_t* where);
 
-// The UTF-8 text of the characters of `text` whose CP949 bytes `map` keeps
-// ('0' in the removal map of the remainder text), each written as it stood
-// in `utf8`.  A character removed only in part is left out.
+// The bytes of the CP949 text that `map` keeps ('0' in the removal map of
+// the remainder text), in UTF-8: what the whole-call entry's content reads
+// as, with each stand-in tab written back as the character it stands for.
+// A whole character kept is written as it stood in `utf8`.  Where an
+// expression took only one byte of a character (a replacement can match
+// from a second byte), the bytes kept are read on as CP949, as they run in
+// the whole-call content: a pair that is no character becomes U+FFFD.
 std::string KeptUtf8(std::string_view utf8, const EngineText& text, const std::string& map);
 
 }  // namespace eti::session

@@ -329,7 +329,11 @@ TEST(SessionText, ReadsEveryCharacterIntoOneEngineCharacter) {
   EXPECT_EQ(t.utf8Start, (std::vector<int32_t>{0, 1, 4, 8, 10, 12, 13}));
   EXPECT_EQ(t.utf16Start, (std::vector<int32_t>{0, 1, 2, 4, 5, 6, 7}));
   EXPECT_EQ(session::KeptUtf8("a가😀αé\t", t, "01100000"), "a😀αé\t");
-  EXPECT_EQ(session::KeptUtf8("a가😀αé\t", t, "00100000"), "a😀αé\t");  // half a character goes
+  // Half a character is read on as the whole call's content reads it: its
+  // lead byte before a tab is no character.
+  EXPECT_EQ(session::KeptUtf8("a가😀αé\t", t, "00100000"), "a\uFFFD😀αé\t");
+  // The lead byte of 가 and the trail byte of α read together as 결.
+  EXPECT_EQ(session::KeptUtf8("a가😀αé\t", t, "00111000"), "a결é\t");
   EXPECT_EQ(session::KeptUtf8("a가😀αé\t", t, "00010011"), "a가α");
 }
 
