@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <atomic>
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -117,10 +118,15 @@ void Call(const Corpus& c, const std::string& text, const std::string& ref) {
   ETI_FreeTypedResults(results);
 }
 
+double FloorSeconds();
+double TimesTheFloor(std::chrono::steady_clock::time_point start, int64_t calls);
+
 // One call per corpus sentence, in turn.
 void BM_CorpusSentence(benchmark::State& state) {
   const Corpus& c = TheCorpus();
+  FloorSeconds();
   size_t k = 0, bytes = 0;
+  const auto start = std::chrono::steady_clock::now();
   for (auto _ : state) {
     const auto& [text, ref] = c.texts[k];
     Call(c, text, ref);
@@ -130,6 +136,7 @@ void BM_CorpusSentence(benchmark::State& state) {
   state.SetItemsProcessed(static_cast<int64_t>(state.iterations()));
   state.SetBytesProcessed(static_cast<int64_t>(bytes));
   state.counters["sentences"] = static_cast<double>(c.texts.size());
+  state.counters["x_floor"] = TimesTheFloor(start, static_cast<int64_t>(state.iterations()));
 }
 BENCHMARK(BM_CorpusSentence)->Unit(benchmark::kMicrosecond);
 
@@ -161,6 +168,44 @@ void BM_CorpusFloor(benchmark::State& state) {
 }
 BENCHMARK(BM_CorpusFloor)->Unit(benchmark::kMicrosecond);
 
+// The floor per call, timed once in this run over the whole corpus, so that
+// the calls can be reported as multiples of it.
+double FloorSeconds() {
+  static const double floor = [] {
+    const Corpus& c = TheCorpus();
+    const std::string* parts[] = {&c.settings, &c.replace, &c.tags,
+                                  &c.patterns, &c.units,   &c.words};
+    const auto start = std::chrono::steady_clock::now();
+    size_t calls = 0;
+    for (int pass = 0; pass < 200; ++pass) {
+      for (const auto& [text, ref] : c.texts) {
+        for (const std::string* p : parts) {
+          char* copy = static_cast<char*>(std::malloc(p->size() + 1));
+          std::memcpy(copy, p->data(), p->size());
+          benchmark::DoNotOptimize(copy);
+          std::free(copy);
+        }
+        char* copy = static_cast<char*>(std::malloc(text.size() + 1));
+        std::memcpy(copy, text.c_str(), text.size() + 1);
+        benchmark::DoNotOptimize(copy);
+        std::free(copy);
+        ++calls;
+      }
+    }
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count() /
+           static_cast<double>(calls);
+  }();
+  return floor;
+}
+
+// The time per call of a loop that started at `start`, as a multiple of
+// the floor.
+double TimesTheFloor(std::chrono::steady_clock::time_point start, int64_t calls) {
+  const double seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  return seconds / static_cast<double>(calls) / FloorSeconds();
+}
+
 const ekr_extractor* Session() {
   static ekr_extractor* ex = [] {
     const Corpus& c = TheCorpus();
@@ -184,7 +229,10 @@ void SessionCall(const std::string& text, const std::string& ref) {
 // One session call per corpus sentence (UTF-8), on one extractor.
 void BM_SessionSentence(benchmark::State& state) {
   const Corpus& c = TheCorpus();
+  FloorSeconds();
+  SessionCall("", "202405151030");  // the extractor is opened outside the loop
   size_t k = 0, bytes = 0;
+  const auto start = std::chrono::steady_clock::now();
   for (auto _ : state) {
     SessionCall(c.utf8[k], c.texts[k].second);
     bytes += c.utf8[k].size();
@@ -192,8 +240,60 @@ void BM_SessionSentence(benchmark::State& state) {
   }
   state.SetItemsProcessed(static_cast<int64_t>(state.iterations()));
   state.SetBytesProcessed(static_cast<int64_t>(bytes));
+  state.counters["x_floor"] = TimesTheFloor(start, static_cast<int64_t>(state.iterations()));
 }
 BENCHMARK(BM_SessionSentence)->Unit(benchmark::kMicrosecond);
+
+// Corpus sentences (UTF-8) joined by spaces into one text of at least
+// `bytes` bytes.
+std::string JoinedUtf8(const Corpus& c, size_t bytes) {
+  std::string text;
+  for (size_t k = 0; text.size() < bytes; ++k) text += c.utf8[k % c.utf8.size()] + " ";
+  return text;
+}
+
+// One session call on a long text: the cost per byte as the text grows.
+void BM_SessionLongText(benchmark::State& state) {
+  const Corpus& c = TheCorpus();
+  const std::string text = JoinedUtf8(c, static_cast<size_t>(state.range(0)));
+  for (auto _ : state) SessionCall(text, "202405151030");
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * text.size()));
+  state.counters["text_bytes"] = static_cast<double>(text.size());
+  state.counters["ns_per_byte"] = benchmark::Counter(
+      static_cast<double>(text.size()), benchmark::Counter::kIsIterationInvariantRate |
+                                            benchmark::Counter::kInvert);
+}
+BENCHMARK(BM_SessionLongText)->Arg(1 << 10)->Arg(10 << 10)->Arg(100 << 10)
+    ->Unit(benchmark::kMicrosecond);
+
+// The whole-call entry on the same texts (in CP949).
+void BM_WholeCallLongText(benchmark::State& state) {
+  const Corpus& c = TheCorpus();
+  const std::string text = eti::Cp949(JoinedUtf8(c, static_cast<size_t>(state.range(0))));
+  for (auto _ : state) Call(c, text, "202405151030");
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * text.size()));
+  state.counters["text_bytes"] = static_cast<double>(text.size());
+}
+BENCHMARK(BM_WholeCallLongText)->Arg(1 << 10)->Arg(10 << 10)->Unit(benchmark::kMicrosecond);
+
+// The heap held at the worst moment of one session call on a long text.
+void BM_SessionPeakHeap(benchmark::State& state) {
+  const Corpus& c = TheCorpus();
+  const std::string text = JoinedUtf8(c, static_cast<size_t>(state.range(0)));
+  SessionCall("", "202405151030");  // the extractor is opened outside the count
+  long peak = 0;
+  for (auto _ : state) {
+    g_held = 0;
+    g_peak = 0;
+    g_tracking = true;
+    SessionCall(text, "202405151030");
+    g_tracking = false;
+    peak = std::max(peak, g_peak.load());
+  }
+  state.counters["peak_heap_bytes"] = static_cast<double>(peak);
+  state.counters["text_bytes"] = static_cast<double>(text.size());
+}
+BENCHMARK(BM_SessionPeakHeap)->Arg(1 << 10)->Arg(100 << 10)->Iterations(3);
 
 // N corpus sentences joined into one text per call.
 std::string Joined(const Corpus& c, int64_t n) {

@@ -9,16 +9,21 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "dict/btrie.h"
 
 namespace eti {
 
-int32_t ReplaceWithin(retTypeBBT* hits, char* text, size_t capacity) {
-  if (!IsHitList(hits) || text == nullptr) return 0;
-  const size_t sourceLength = std::strlen(text);
-  std::string out;
-  out.reserve(sourceLength + 16);
+namespace {
+
+// The text with the hits' replacements spliced in, within `capacity` bytes
+// (terminator included); drops (frees) the hits from the first one that
+// would not fit.  Returns the number applied (0: *out untouched).
+int32_t Splice(retTypeBBT* hits, std::string_view source, size_t capacity, std::string* out) {
+  if (!IsHitList(hits)) return 0;
+  std::string spliced;
+  spliced.reserve(source.size() + 16);
   size_t prevEnd = 0;
   int32_t applied = 0;
   retTypeBBT* last = nullptr;
@@ -28,11 +33,12 @@ int32_t ReplaceWithin(retTypeBBT* hits, char* text, size_t capacity) {
     const size_t valueLength = std::strlen(h->value);
     // The text after this replacement, with the rest of the source behind it,
     // must still fit; otherwise stop replacing here.
-    const size_t total = out.size() + (start - prevEnd) + 1 + valueLength + (sourceLength - end);
-    if (start < prevEnd || end > sourceLength || total + 1 > capacity) break;
-    out.append(text + prevEnd, start - prevEnd);
-    out.push_back(' ');
-    out.append(h->value, valueLength);
+    const size_t total =
+        spliced.size() + (start - prevEnd) + 1 + valueLength + (source.size() - end);
+    if (start < prevEnd || end > source.size() || total + 1 > capacity) break;
+    spliced.append(source.substr(prevEnd, start - prevEnd));
+    spliced.push_back(' ');
+    spliced.append(h->value, valueLength);
     prevEnd = end;
     ++applied;
     last = h;
@@ -42,22 +48,37 @@ int32_t ReplaceWithin(retTypeBBT* hits, char* text, size_t capacity) {
     last->next = nullptr;
   }
   if (applied == 0) return 0;
-  out.append(text + prevEnd, sourceLength - prevEnd);
-  std::memcpy(text, out.c_str(), out.size() + 1);
+  spliced.append(source.substr(prevEnd));
+  *out = std::move(spliced);
   return applied;
+}
+
+}  // namespace
+
+int32_t ReplaceWithin(retTypeBBT* hits, char* text, size_t capacity) {
+  if (!IsHitList(hits) || text == nullptr) return 0;
+  std::string out;
+  const int32_t applied = Splice(hits, text, capacity, &out);
+  if (applied > 0) std::memcpy(text, out.c_str(), out.size() + 1);
+  return applied;
+}
+
+retTypeBBT* Normalise(std::string* text, size_t capacity, const BTrie* replacements) {
+  if (!text->empty() && text->back() == '\n') text->pop_back();
+  retTypeBBT* hits = removeDuplicatedBBTResult(ETI_getFullDic(text->c_str(), replacements, 1));
+  if (hits == nullptr) return nullptr;
+  if (Splice(hits, *text, capacity, text) == 0) {
+    ETI_free_retTypeBBT(&hits);  // not even the first replacement fitted
+    return nullptr;
+  }
+  return hits;
 }
 
 retTypeBBT* Normalise(char* text, size_t capacity, const BTrie* replacements) {
   if (text == nullptr) return nullptr;
-  size_t n = std::strlen(text);
-  if (n > 0 && text[n - 1] == '\n') text[--n] = '\0';
-
-  retTypeBBT* hits = removeDuplicatedBBTResult(ETI_getFullDic(text, replacements, 1));
-  if (hits == nullptr) return nullptr;
-  if (ReplaceWithin(hits, text, capacity) == 0) {
-    ETI_free_retTypeBBT(&hits);  // not even the first replacement fitted
-    return nullptr;
-  }
+  std::string work = text;
+  retTypeBBT* hits = Normalise(&work, capacity, replacements);
+  std::memcpy(text, work.c_str(), work.size() + 1);
   return hits;
 }
 

@@ -6,6 +6,7 @@
 #define EXTRACTOR_KR_ANALYSIS_NORMALISE_H_
 
 #include <cstddef>
+#include <string>
 
 #include "extractor_kr/stages.h"
 
@@ -16,6 +17,11 @@ namespace eti {
 // dropped with every hit after it, so the returned hits always describe the
 // rewritten text exactly.
 retTypeBBT* Normalise(char* text, size_t capacity, const BTrie* replacements);
+
+// The same over a text held in a string, which grows only as far as the
+// replacements make it; `capacity` is the bound the text's owner would
+// have allocated.
+retTypeBBT* Normalise(std::string* text, size_t capacity, const BTrie* replacements);
 
 // ReplaceMatchStr within `capacity` bytes; drops (frees) the hits from the
 // first one that would not fit.  Returns the number applied.

@@ -23,8 +23,10 @@
 #include <string>
 #include <vector>
 
+#include "calendar/arith.h"
 #include "dict/btrie.h"
 #include "interpret/dtinfo.h"
+#include "interpret/marks.h"
 
 namespace eti {
 namespace {
@@ -41,7 +43,7 @@ struct Outcome {
   bool marker = false;
   int64_t before = INT64_MIN;    // the largest count up to the last marker
   int64_t after = INT64_MIN;     // the largest count after it (or in all)
-  retTypeBBT* afterHit = nullptr;  // the first hit reaching `after`
+  int32_t afterHit = -1;         // the first hit reaching `after` (Enumeration::hits_)
 
   void Add(const Outcome& o) {
     if (o.marker) {
@@ -59,45 +61,59 @@ struct Outcome {
 class Enumeration {
  public:
   Enumeration(const BTrie* trie, RETTAGS* tokens, int32_t start, int32_t count)
-      : trie_(trie), tokens_(tokens), start_(start), count_(count) {}
-
-  ~Enumeration() {
-    for (retTypeBBT* h : hits_) {
-      if (h != keep_) ETI_free_retTypeBBT(&h);
-    }
-  }
+      : trie_(trie), index_(IndexOf(trie)), tokens_(tokens), start_(start), count_(count) {}
 
   BestPattern Run() {
     std::string prefix;
+    prefix.reserve(96);
     const Outcome o = Explore(start_, &prefix);
     BestPattern best;
+    int32_t hit = -1;
     if (o.marker) {
       best.count = static_cast<int32_t>(std::max<int64_t>(0, o.before));
       best.hit = ETI_BBT_PREFIX;
       if (o.after > best.count) {
         best.count = static_cast<int32_t>(o.after);
-        best.hit = o.afterHit;
+        hit = o.afterHit;
       }
     } else if (o.after > 0) {
       best.count = static_cast<int32_t>(o.after);
-      best.hit = o.afterHit;
+      hit = o.afterHit;
     }
-    if (IsHitList(best.hit)) keep_ = best.hit;
+    if (hit >= 0) {
+      // The record the longest-match search would have made for this key.
+      const Hit& h = hits_[static_cast<size_t>(hit)];
+      best.hit = static_cast<retTypeBBT*>(std::malloc(sizeof(retTypeBBT)));
+      best.hit->startPos = 0;
+      best.hit->text = strndup(h.key.c_str(), static_cast<size_t>(h.length));
+      best.hit->value = strdup(h.value);
+      best.hit->next = nullptr;
+    }
     return best;
   }
 
  private:
+  // The longest-match search of `key` from the root: the prefix marker
+  // when the key runs out inside the trie before any entry, else its
+  // deepest entry.
   Outcome Lookup(const std::string& key) {
     Outcome o;
-    int32_t node = 0;
+    const char* value = nullptr;
     int32_t length = 0;
-    retTypeBBT* r = ETI_searchBTrie(trie_, key.c_str(), 1, 0, &length, &node);
-    if (r == ETI_BBT_PREFIX) {
-      o.marker = true;
-    } else if (r != nullptr) {
-      hits_.push_back(r);
-      o.after = std::atoi(r->value);
-      o.afterHit = r;
+    int32_t after = 0;
+    const bool usedUp = WalkKey(
+        trie_, index_, key.c_str(), 0,
+        [&](int32_t l, const char* v) {
+          length = l;
+          value = v;
+        },
+        &after);
+    if (value == nullptr) {
+      o.marker = usedUp;
+    } else {
+      o.after = ReadInt(value);
+      o.afterHit = static_cast<int32_t>(hits_.size());
+      hits_.push_back({key, length, value});
     }
     return o;
   }
@@ -115,13 +131,17 @@ class Enumeration {
   // names of the tokens before k, each followed by '*').
   Outcome Explore(int32_t k, std::string* prefix) {
     Outcome total;
-    std::vector<std::pair<const char*, Outcome>> seen;  // names of this token
+    // Names of this token met so far and their outcomes (the first few; a
+    // name not kept is simply explored again, to the same outcome).
+    constexpr int kKept = 16;
+    std::pair<const char*, Outcome> seen[kKept];
+    int seenCount = 0;
     for (const TAGATTR* a = tokens_[k].attrs; a != nullptr; a = a->next) {
       // A name met before gives the same keys again: replay its outcome.
-      auto same = std::find_if(seen.begin(), seen.end(), [a](const auto& s) {
+      const auto same = std::find_if(seen, seen + seenCount, [a](const auto& s) {
         return std::strcmp(s.first, a->name) == 0;
       });
-      if (same != seen.end()) {
+      if (same != seen + seenCount) {
         total.Add(same->second);
         continue;
       }
@@ -137,7 +157,8 @@ class Enumeration {
           o = Lookup(*prefix);
         } else {
           prefix->push_back('*');
-          if (AllNamesFit(k + 1, prefix->size()) && WalkStopsInside(trie_, prefix->c_str())) {
+          if (AllNamesFit(k + 1, prefix->size()) &&
+              WalkStopsInside(trie_, index_, prefix->c_str())) {
             // The walk stops inside this key whatever follows, so the key as
             // it stands gives every completion's result.
             o = Lookup(*prefix);
@@ -147,17 +168,23 @@ class Enumeration {
         }
         prefix->resize(mark);
       }
-      seen.emplace_back(a->name, o);
+      if (seenCount < kKept) seen[seenCount++] = {a->name, o};
       total.Add(o);
     }
     return total;
   }
 
   const BTrie* trie_;
+  const ChainIndex* index_;
   RETTAGS* tokens_;
   int32_t start_, count_;
-  std::vector<retTypeBBT*> hits_;
-  retTypeBBT* keep_ = nullptr;
+  // The entries found, with the key that found each.
+  struct Hit {
+    std::string key;
+    int32_t length;
+    const char* value;
+  };
+  std::vector<Hit> hits_;
 };
 
 int64_t Score(const DTINFO* list) {
@@ -253,6 +280,76 @@ BestPattern FindBestPattern(const BTrie* patterns, RETTAGS* tokens, int32_t star
   return Enumeration(patterns, tokens, start, count).Run();
 }
 
+DTINFO* FindExpressions(RETTAGS* tokens, const char* text, int32_t n, ETS_CONTEXT* ctx,
+                        std::vector<Marks>* marks, bool freeTokens) {
+  marks->clear();
+  if (text == nullptr) n = 0;
+  std::vector<RETTAGS*> chains(static_cast<size_t>(n), nullptr);
+  std::vector<RETTAGS*> tails(static_cast<size_t>(n), nullptr);
+  std::vector<int32_t> coverage(static_cast<size_t>(n) + 1, -1);
+
+  // Re-link the tokens into one chain per start position.
+  RETTAGS* t = tokens;
+  for (int32_t cursor = 0; t != nullptr && cursor < n;) {
+    if (t->startPos != cursor) {
+      ++cursor;
+      continue;
+    }
+    RETTAGS* next = t->next;
+    t->next = nullptr;
+    const int32_t end = std::min(n, t->startPos + std::max(t->length, 0));
+    for (int32_t k = t->startPos; k < end; ++k) coverage[k] = 1;
+    if (tails[cursor] == nullptr) {
+      chains[cursor] = t;
+    } else {
+      tails[cursor]->next = t;
+    }
+    tails[cursor] = t;
+    t = next;
+  }
+  if (freeTokens) Free_RETTAGS(t);  // tokens out of order, if any
+
+  DTINFO* output = nullptr;
+  DTINFO** tail = &output;  // where the next stretch's records go
+  if (n > 0 && ctx != nullptr) {
+    for (int32_t i = 0; i < n;) {
+      if (coverage[i] != 1) {
+        ++i;
+        continue;
+      }
+      int32_t j = i;
+      while (j < n && coverage[j] == 1) ++j;
+      int32_t budget = kReadingBudget;
+      DTINFO* found = SearchReadings(coverage.data(), i, j, chains.data(), nullptr, 0, ctx,
+                                     &budget);
+      for (DTINFO* d = found; d != nullptr; d = d->next) {
+        // Every non-space byte of the match belongs to the expression.
+        marks->emplace_back();
+        Marks& m = marks->back();
+        const int32_t from = std::max(0, d->seqBegin);
+        const int32_t to = std::min(n, d->seqEnd);
+        for (int32_t k = from; k < to;) {
+          if (text[k] == ' ') {
+            ++k;
+            continue;
+          }
+          int32_t e = k + 1;
+          while (e < to && text[e] != ' ') ++e;
+          m.push_back({k, e, 1});
+          k = e;
+        }
+      }
+      *tail = found;
+      while (*tail != nullptr) tail = &(*tail)->next;
+      i = j;
+    }
+  }
+  if (freeTokens) {
+    for (RETTAGS* chain : chains) Free_RETTAGS(chain);
+  }
+  return output;
+}
+
 }  // namespace eti
 
 extern "C" {
@@ -313,55 +410,10 @@ DTINFO* SearchSubSeq(const int32_t* coverage, int32_t from, int32_t to, RETTAGS*
 
 DTINFO* ExtAndComp(RETTAGS* tokens, const char* text, ETS_CONTEXT* ctx) {
   const int32_t n = text != nullptr ? static_cast<int32_t>(std::strlen(text)) : 0;
-  std::vector<RETTAGS*> chains(static_cast<size_t>(n), nullptr);
-  std::vector<RETTAGS*> tails(static_cast<size_t>(n), nullptr);
-  std::vector<int32_t> coverage(static_cast<size_t>(n) + 1, -1);
-
-  // Re-link the tokens into one chain per start position.
-  RETTAGS* t = tokens;
-  for (int32_t cursor = 0; t != nullptr && cursor < n;) {
-    if (t->startPos != cursor) {
-      ++cursor;
-      continue;
-    }
-    RETTAGS* next = t->next;
-    t->next = nullptr;
-    const int32_t end = std::min(n, t->startPos + std::max(t->length, 0));
-    for (int32_t k = t->startPos; k < end; ++k) coverage[k] = 1;
-    if (tails[cursor] == nullptr) {
-      chains[cursor] = t;
-    } else {
-      tails[cursor]->next = t;
-    }
-    tails[cursor] = t;
-    t = next;
-  }
-  Free_RETTAGS(t);  // tokens out of order, if any
-
-  DTINFO* output = nullptr;
-  if (n > 0 && ctx != nullptr) {
-    for (int32_t i = 0; i < n;) {
-      if (coverage[i] != 1) {
-        ++i;
-        continue;
-      }
-      int32_t j = i;
-      while (j < n && coverage[j] == 1) ++j;
-      int32_t budget = eti::kReadingBudget;
-      DTINFO* found = eti::SearchReadings(coverage.data(), i, j, chains.data(), nullptr, 0, ctx,
-                                          &budget);
-      for (DTINFO* d = found; d != nullptr; d = d->next) {
-        // Every non-space byte of the match belongs to the expression.
-        d->compoundMarks = static_cast<int32_t*>(std::calloc(n, sizeof(int32_t)));
-        const int32_t from = std::max(0, d->seqBegin);
-        const int32_t to = std::min(n, d->seqEnd);
-        for (int32_t k = from; k < to; ++k) d->compoundMarks[k] = text[k] != ' ' ? 1 : 0;
-      }
-      eti::Append(&output, found);
-      i = j;
-    }
-  }
-  for (RETTAGS* chain : chains) Free_RETTAGS(chain);
+  std::vector<eti::Marks> marks;
+  DTINFO* output = eti::FindExpressions(tokens, text, n, ctx, &marks, true);
+  size_t k = 0;
+  for (DTINFO* d = output; d != nullptr; d = d->next) d->compoundMarks = eti::MarksArray(marks[k++], n);
   return output;
 }
 

@@ -6,8 +6,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "extractor_kr/stages.h"
+#include "interpret/marks.h"
 
 namespace eti {
 
@@ -44,6 +46,13 @@ size_t BuildPatternKey(const RETTAGS* tokens, int32_t start, int32_t count, char
 // combinations and leaving out those that cannot change the outcome.
 BestPattern FindBestPattern(const BTrie* patterns, RETTAGS* tokens, int32_t start,
                             int32_t count);
+
+// ExtAndComp without the per-byte arrays: the found records (their
+// compoundMarks left unset) and, in `marks`, what each covers, in list
+// order.  `n` is the length of `text`.  The tokens are freed when
+// `freeTokens` is true, else left to the arena they came from.
+DTINFO* FindExpressions(RETTAGS* tokens, const char* text, int32_t n, ETS_CONTEXT* ctx,
+                        std::vector<Marks>* marks, bool freeTokens);
 
 }  // namespace eti
 

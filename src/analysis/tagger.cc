@@ -4,12 +4,18 @@
 // character is looked up in the tag trie, and every entry that starts there
 // becomes a token (longest first).  Overlapping tokens are all kept: pattern
 // search chooses among them.
+#include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <utility>
+#include <vector>
 
+#include "calendar/arith.h"
 #include "dict/btrie.h"
 #include "extractor_kr/stages.h"
+#include "analysis/tagger.h"
 #include "interpret/dtinfo.h"
 
 namespace eti {
@@ -18,8 +24,26 @@ namespace {
 constexpr int32_t kMaxDigits = 8;
 constexpr size_t kTagValueArea = 512;
 
-TAGATTR* NewAttr(const char* name, size_t nameLength, int32_t value) {
-  auto* a = static_cast<TAGATTR*>(std::calloc(1, sizeof(TAGATTR)));
+// Where the memory of new tokens comes from: the heap, for tokens handed
+// to callers who free them with Free_RETTAGS, or an arena.
+class TokenMemory {
+ public:
+  explicit TokenMemory(Arena* arena) : arena_(arena) {}
+  void* Get(size_t n) { return arena_ != nullptr ? arena_->Get(n) : std::malloc(n); }
+  // Gives back a token that will not be kept.
+  void Drop(RETTAGS* t) {
+    if (arena_ == nullptr) Free_RETTAGS(t);
+  }
+
+ private:
+  Arena* arena_;
+};
+
+TokenMemory Heap() { return TokenMemory(nullptr); }
+
+TAGATTR* NewAttr(TokenMemory& m, const char* name, size_t nameLength, int32_t value) {
+  auto* a = static_cast<TAGATTR*>(m.Get(sizeof(TAGATTR)));
+  std::memset(a, 0, sizeof(TAGATTR));
   // Over-long names are cut to the buffer; the compiler refuses them.
   if (nameLength > sizeof(a->name) - 1) nameLength = sizeof(a->name) - 1;
   std::memcpy(a->name, name, nameLength);
@@ -29,10 +53,11 @@ TAGATTR* NewAttr(const char* name, size_t nameLength, int32_t value) {
   return a;
 }
 
-RETTAGS* NewToken(int32_t startPos, const char* text, int32_t length, TAGATTR* attrs) {
-  auto* t = static_cast<RETTAGS*>(std::malloc(sizeof(RETTAGS)));
+RETTAGS* NewToken(TokenMemory& m, int32_t startPos, const char* text, int32_t length,
+                  TAGATTR* attrs) {
+  auto* t = static_cast<RETTAGS*>(m.Get(sizeof(RETTAGS)));
   t->startPos = startPos;
-  t->text = static_cast<char*>(std::malloc(static_cast<size_t>(length) + 1));
+  t->text = static_cast<char*>(m.Get(static_cast<size_t>(length) + 1));
   std::memcpy(t->text, text, static_cast<size_t>(length));
   t->text[length] = '\0';
   t->length = length;
@@ -41,9 +66,9 @@ RETTAGS* NewToken(int32_t startPos, const char* text, int32_t length, TAGATTR* a
   return t;
 }
 
-RETTAGS* Simple(int32_t startPos, const char* text, int32_t length, const char* name,
-                int32_t value) {
-  return NewToken(startPos, text, length, NewAttr(name, std::strlen(name), value));
+RETTAGS* Simple(TokenMemory& m, int32_t startPos, const char* text, int32_t length,
+                const char* name, int32_t value) {
+  return NewToken(m, startPos, text, length, NewAttr(m, name, std::strlen(name), value));
 }
 
 void FreeAttrs(TAGATTR* a) {
@@ -56,53 +81,14 @@ void FreeAttrs(TAGATTR* a) {
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
-}  // namespace
-}  // namespace eti
-
-extern "C" {
-
-RETTAGS* SepAutomata(const char* at, int32_t* pos) {
-  if (at == nullptr || pos == nullptr) return nullptr;
-  switch (*at) {
-    case ':':
-      return eti::Simple(*pos, at, 1, "T_SEP", 0);
-    case '.':
-    case '/':
-      return eti::Simple(*pos, at, 1, "D_SEP", 0);
-    case '-':
-    case '~':
-      return eti::Simple(*pos, at, 1, "Dur", 3);
-    default:
-      return nullptr;
-  }
-}
-
-RETTAGS* NumberAutomata(const char* at, int32_t* pos) {
-  if (at == nullptr || pos == nullptr || !eti::IsDigit(*at)) return nullptr;
-  int32_t n = 0;
-  while (eti::IsDigit(at[n])) ++n;
-  const int32_t start = *pos;
-  *pos += n - 1;
-  if (n > eti::kMaxDigits) return nullptr;  // too long to be a date number
-  char digits[eti::kMaxDigits + 1] = {0};
-  std::memcpy(digits, at, static_cast<size_t>(n));
-  return eti::Simple(start, at, n, "NUM", std::atoi(digits));
-}
-
-RETTAGS* SpaceAutomata(const char* at, int32_t* pos) {
-  if (at == nullptr || pos == nullptr || *at != ' ') return nullptr;
-  int32_t n = 0;
-  while (at[n] == ' ') ++n;
-  const int32_t start = *pos;
-  *pos += n - 1;
-  return eti::Simple(start, at, n, "SP", 0);
-}
-
-RETTAGS* MakeTagStruct(const retTypeBBT* hit) {
-  if (!eti::IsHitList(hit)) return nullptr;
-  char area[eti::kTagValueArea];
-  std::strncpy(area, hit->value, sizeof(area) - 1);
-  area[sizeof(area) - 1] = '\0';
+// The token of one dictionary entry: its key (`length` bytes at `key`), its
+// attributes parsed from the value, the last entry of the value at the head.
+RETTAGS* MakeToken(TokenMemory& m, int32_t startPos, const char* key, int32_t length,
+                   const char* value) {
+  char area[kTagValueArea];
+  const size_t n = strnlen(value, sizeof(area) - 1);
+  std::memcpy(area, value, n);
+  area[n] = '\0';
 
   TAGATTR* attrs = nullptr;
   char* save = nullptr;
@@ -118,13 +104,124 @@ RETTAGS* MakeTagStruct(const retTypeBBT* hit) {
       }
     }
     // The entry now ends at its first terminator; later parts were cut off.
-    TAGATTR* a = eti::NewAttr(entry, std::strlen(entry),
-                              number != nullptr ? std::atoi(number) : eti::kUnset);
+    TAGATTR* a =
+        NewAttr(m, entry, std::strlen(entry), number != nullptr ? ReadInt(number) : kUnset);
     a->next = attrs;  // the last entry of the string ends up at the head
     attrs = a;
   }
-  return eti::NewToken(hit->startPos, hit->text, static_cast<int32_t>(std::strlen(hit->text)),
-                       attrs);
+  return NewToken(m, startPos, key, length, attrs);
+}
+
+RETTAGS* Separator(TokenMemory& m, const char* at, int32_t* pos) {
+  switch (*at) {
+    case ':':
+      return Simple(m, *pos, at, 1, "T_SEP", 0);
+    case '.':
+    case '/':
+      return Simple(m, *pos, at, 1, "D_SEP", 0);
+    case '-':
+    case '~':
+      return Simple(m, *pos, at, 1, "Dur", 3);
+    default:
+      return nullptr;
+  }
+}
+
+RETTAGS* Number(TokenMemory& m, const char* at, int32_t* pos) {
+  int32_t n = 0;
+  while (IsDigit(at[n])) ++n;
+  const int32_t start = *pos;
+  *pos += n - 1;
+  if (n > kMaxDigits) return nullptr;  // too long to be a date number
+  char digits[kMaxDigits + 1] = {0};
+  std::memcpy(digits, at, static_cast<size_t>(n));
+  return Simple(m, start, at, n, "NUM", ReadInt(digits));
+}
+
+RETTAGS* Spaces(TokenMemory& m, const char* at, int32_t* pos) {
+  int32_t n = 0;
+  while (at[n] == ' ') ++n;
+  const int32_t start = *pos;
+  *pos += n - 1;
+  return Simple(m, start, at, n, "SP", 0);
+}
+
+// The scan of GetTypeFromBBT, its tokens' memory taken from `m`.
+RETTAGS* Scan(const char* text, const BTrie* trie, TokenMemory m) {
+  if (text == nullptr || text[0] == '\0') return nullptr;
+  const int32_t length = static_cast<int32_t>(std::strlen(text));
+  RETTAGS* head = nullptr;
+  RETTAGS* tail = nullptr;
+  const auto append = [&](RETTAGS* t) {
+    if (t == nullptr) return;
+    if (t->attrs == nullptr) {  // a tag value without any tag reads as nothing
+      m.Drop(t);
+      return;
+    }
+    if (tail == nullptr) {
+      head = t;
+    } else {
+      tail->next = t;
+    }
+    tail = t;
+  };
+
+  std::vector<std::pair<int32_t, const char*>> entries;  // length, value
+  const ChainIndex* index = IndexOf(trie);
+  for (int32_t pos = 0; pos < length; ++pos) {
+    const char* at = text + pos;
+    const char c = *at;
+    if (c == ':' || c == '.' || c == '/' || c == '-' || c == '~') {
+      append(Separator(m, at, &pos));
+    } else if (IsDigit(c)) {
+      append(Number(m, at, &pos));
+    } else if (c == ' ') {
+      append(Spaces(m, at, &pos));
+    } else {
+      // Every entry that starts here, longest first.
+      entries.clear();
+      int32_t after = 0;
+      WalkKey(
+          trie, index, at, 0,
+          [&](int32_t l, const char* value) { entries.emplace_back(l, value); }, &after);
+      for (auto e = entries.rbegin(); e != entries.rend(); ++e) {
+        append(MakeToken(m, pos, at, e->first, e->second));
+      }
+      // A byte with the high bit set opens a two-byte character.
+      if (static_cast<unsigned char>(c) >= 0x80) ++pos;
+    }
+  }
+  return head;
+}
+
+}  // namespace
+}  // namespace eti
+
+extern "C" {
+
+RETTAGS* SepAutomata(const char* at, int32_t* pos) {
+  if (at == nullptr || pos == nullptr) return nullptr;
+  eti::TokenMemory m = eti::Heap();
+  return eti::Separator(m, at, pos);
+}
+
+RETTAGS* NumberAutomata(const char* at, int32_t* pos) {
+  if (at == nullptr || pos == nullptr || !eti::IsDigit(*at)) return nullptr;
+  eti::TokenMemory m = eti::Heap();
+  return eti::Number(m, at, pos);
+}
+
+RETTAGS* SpaceAutomata(const char* at, int32_t* pos) {
+  if (at == nullptr || pos == nullptr || *at != ' ') return nullptr;
+  eti::TokenMemory m = eti::Heap();
+  return eti::Spaces(m, at, pos);
+}
+
+RETTAGS* MakeTagStruct(const retTypeBBT* hit) {
+  if (!eti::IsHitList(hit)) return nullptr;
+  eti::TokenMemory m = eti::Heap();
+  return eti::MakeToken(m, hit->startPos, hit->text,
+                        static_cast<int32_t>(std::strlen(hit->text)), hit->value);
 }
 
 void Free_RETTAGS(RETTAGS* token) {
@@ -138,45 +235,7 @@ void Free_RETTAGS(RETTAGS* token) {
 }
 
 RETTAGS* GetTypeFromBBT(const char* text, const BTrie* trie) {
-  if (text == nullptr || text[0] == '\0') return nullptr;
-  const int32_t length = static_cast<int32_t>(std::strlen(text));
-  RETTAGS* head = nullptr;
-  RETTAGS* tail = nullptr;
-  const auto append = [&](RETTAGS* t) {
-    if (t == nullptr) return;
-    if (t->attrs == nullptr) {  // a tag value without any tag reads as nothing
-      Free_RETTAGS(t);
-      return;
-    }
-    if (tail == nullptr) {
-      head = t;
-    } else {
-      tail->next = t;
-    }
-    tail = t;
-  };
-
-  for (int32_t pos = 0; pos < length; ++pos) {
-    const char* at = text + pos;
-    const char c = *at;
-    if (c == ':' || c == '.' || c == '/' || c == '-' || c == '~') {
-      append(SepAutomata(at, &pos));
-    } else if (eti::IsDigit(c)) {
-      append(NumberAutomata(at, &pos));
-    } else if (c == ' ') {
-      append(SpaceAutomata(at, &pos));
-    } else {
-      int32_t node = 0;
-      retTypeBBT* hits = ETI_searchBTrie(trie, at, 2, pos, nullptr, &node);
-      if (eti::IsHitList(hits)) {
-        for (retTypeBBT* h = hits; h != nullptr; h = h->next) append(MakeTagStruct(h));
-        ETI_free_retTypeBBT(&hits);
-      }
-      // A byte with the high bit set opens a two-byte character.
-      if (static_cast<unsigned char>(c) >= 0x80) ++pos;
-    }
-  }
-  return head;
+  return eti::Scan(text, trie, eti::Heap());
 }
 
 RETTAGS* StackFinder(const char* text, const void* tagTrie) {
@@ -185,3 +244,26 @@ RETTAGS* StackFinder(const char* text, const void* tagTrie) {
 }
 
 }  // extern "C"
+
+namespace eti {
+
+void* Arena::Get(size_t n) {
+  n = (n + alignof(std::max_align_t) - 1) & ~(alignof(std::max_align_t) - 1);
+  if (n > left_) {
+    const size_t size = std::max(n, next_);
+    blocks_.emplace_back(new char[size]);
+    at_ = blocks_.back().get();
+    left_ = size;
+    next_ = std::min<size_t>(next_ * 2, 64 * 1024);
+  }
+  void* p = at_;
+  at_ += n;
+  left_ -= n;
+  return p;
+}
+
+RETTAGS* TagInArena(const char* text, const BTrie* trie, Arena* arena) {
+  return Scan(text, trie, TokenMemory(arena));
+}
+
+}  // namespace eti

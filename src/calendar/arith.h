@@ -10,6 +10,7 @@
 #define EXTRACTOR_KR_CALENDAR_ARITH_H_
 
 #include <cstdint>
+#include <cstdlib>
 
 namespace eti {
 
@@ -26,6 +27,16 @@ inline int32_t WMul(int32_t a, int32_t b) {
   return Wrap(static_cast<int64_t>(a) * b);
 }
 inline int32_t WNeg(int32_t a) { return Wrap(-static_cast<int64_t>(a)); }
+
+// std::atoi, with the common case (one to nine digits and nothing before
+// them) read without the library call.
+inline int32_t ReadInt(const char* s) {
+  int32_t v = 0;
+  int n = 0;
+  while (n < 10 && s[n] >= '0' && s[n] <= '9') v = v * 10 + (s[n++] - '0');
+  if (n == 0 || n == 10) return std::atoi(s);
+  return v;
+}
 
 }  // namespace eti
 

@@ -58,30 +58,33 @@ ETI_TM* sec2Date(const int64_t* seconds) {
   int64_t days = t / kDay;
   record.tm_wday = static_cast<int32_t>((days + 4) % 7);
 
-  // Accumulate whole years from 1970 until the running total passes `days`;
-  // whole 400-year cycles (always 146097 days) are skipped first so that a
-  // far-off date costs no more than a near one.
+  // Whole years from 1970 until the running total passes `days`, then whole
+  // months: counted in closed form from 1 March 0000 (the leap day closes
+  // the year there) for a date on or after the epoch.  A count before the
+  // epoch stays in 1970, with a day of the year and of the month below
+  // their first.
   int64_t year = 1970;
-  if (days >= kDaysPer400Years) {
-    const int64_t cycles = days / kDaysPer400Years;
-    year += 400 * cycles;
-    days -= cycles * kDaysPer400Years;
-  }
-  while (true) {
-    const int64_t length = IsLeap(year) ? 366 : 365;
-    if (days < length) break;
-    days -= length;
-    ++year;
+  if (days >= 0) {
+    const int64_t z = days + 719468;  // days since 0000-03-01
+    const int64_t era = z / kDaysPer400Years;
+    const int64_t doe = z - era * kDaysPer400Years;                     // [0, 146096]
+    const int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;  // [0, 399]
+    year = yoe + era * 400;
+    const int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);  // from 1 March
+    const int64_t mp = (5 * doy + 2) / 153;                     // 0 = March
+    const int64_t month = mp < 10 ? mp + 2 : mp - 10;           // 0 = January
+    if (month < 2) ++year;
+    record.tm_year = eti::Wrap(year - 1900);
+    record.tm_mon = static_cast<int32_t>(month);
+    record.tm_mday = static_cast<int32_t>(doy - (153 * mp + 2) / 5 + 1);
+    const int64_t beforeMonth = month == 0 ? 0 : kCommonCumulative[month] + (month >= 2 && IsLeap(year));
+    record.tm_yday = static_cast<int32_t>(beforeMonth + record.tm_mday - 1);
+    record.tm_isdst = 0;
+    return &record;
   }
   record.tm_year = eti::Wrap(year - 1900);
   record.tm_yday = static_cast<int32_t>(days);
-
-  int month = 0;
-  while (month < 11 && days >= MonthLength(year, month)) {
-    days -= MonthLength(year, month);
-    ++month;
-  }
-  record.tm_mon = month;
+  record.tm_mon = 0;
   record.tm_mday = static_cast<int32_t>(days + 1);
   record.tm_isdst = 0;
   return &record;

@@ -34,6 +34,21 @@ int64_t LeadingDays(const char* row, int64_t months) {
   return days;
 }
 
+// Days from lunar 1881-01-01 to the lunar new year of row r, for every row:
+// summed once from the table, which never changes.
+const int64_t* RowStarts() {
+  static const auto starts = [] {
+    struct Table {
+      int64_t days[kLunarYears + 1];
+    } t{};
+    for (int32_t k = 0; k < kLunarYears; ++k) {
+      t.days[k + 1] = t.days[k] + LeadingDays(kLunarMonthTable[k], 13);
+    }
+    return t;
+  }();
+  return starts.days;
+}
+
 int64_t YearLength(int64_t year) { return Mi_IsYunYear(static_cast<int32_t>(year)) ? 366 : 365; }
 
 }  // namespace
@@ -65,8 +80,7 @@ int32_t Lunar2Solar(int32_t* year, int32_t* month, int32_t* day, uint8_t isLeap)
   if (y > eti::kLastLunarYear) y = eti::kLastLunarYear;  // beyond the table
   const int32_t r = y >= kFirstLunarYear + 1 ? y - kFirstLunarYear : 0;
 
-  int64_t days = 0;
-  for (int32_t k = 0; k < r; ++k) days += eti::LeadingDays(eti::kLunarMonthTable[k], 13);
+  int64_t days = eti::RowStarts()[r];
 
   const char* row = eti::kLunarMonthTable[r];
   const int64_t m = *month;

@@ -15,6 +15,30 @@ namespace {
 
 constexpr int32_t kNone = -1;
 
+// The check of a blob as the compiler writes it, a few operations per node
+// and no reads of the pool: every link points to a later node inside the
+// table (so no link can close a cycle), and, the pool ending in two NULs,
+// every label offset lies below its last byte (so its label ends before the
+// last byte and its value at the last byte at the latest).  Written without
+// early exits so that it runs over whole vectors of nodes at a time.
+bool QuickSound(const int32_t* sibling, const int32_t* child, const int32_t* labelOffset,
+                const char* pool, uint32_t n, uint32_t s) {
+  if (s < 2 || pool[s - 1] != '\0' || pool[s - 2] != '\0') return false;
+  const uint32_t lastOffset = s - 2;
+  uint32_t bad = 0;
+  for (uint32_t i = 0; i < n; ++i) {
+    const uint32_t sb = static_cast<uint32_t>(sibling[i]);
+    const uint32_t ch = static_cast<uint32_t>(child[i]);
+    const uint32_t off = static_cast<uint32_t>(labelOffset[i]);
+    bad |= static_cast<uint32_t>(sb != 0xFFFFFFFFu) &
+           (static_cast<uint32_t>(sb <= i) | static_cast<uint32_t>(sb >= n));
+    bad |= static_cast<uint32_t>(ch != 0xFFFFFFFFu) &
+           (static_cast<uint32_t>(ch <= i) | static_cast<uint32_t>(ch >= n));
+    bad |= static_cast<uint32_t>(off > lastOffset);
+  }
+  return bad == 0;
+}
+
 // Everything the searches rely on: indexes inside the node table, labels and
 // values NUL-terminated inside the pool, and no cycle through the sibling
 // and child links (shared subtrees are fine).  The first problem found, in
@@ -22,6 +46,7 @@ constexpr int32_t kNone = -1;
 std::string BlobProblem(const int32_t* sibling, const int32_t* child,
                         const int32_t* labelOffset, const char* pool, uint32_t n,
                         uint32_t s) {
+  if (QuickSound(sibling, child, labelOffset, pool, n, s)) return {};
   const auto at = [](uint32_t i) { return "node " + std::to_string(i) + ": "; };
   for (uint32_t i = 0; i < n; ++i) {
     for (int32_t link : {sibling[i], child[i]}) {
@@ -97,7 +122,7 @@ const char* Label(const BTrie* trie, int32_t node) {
 
 }  // namespace
 
-bool WalkStopsInside(const BTrie* trie, const char* key) {
+bool WalkStopsInside(const BTrie* trie, const ChainIndex* index, const char* key) {
   const int32_t nodes = NodeCount(trie);
   const char* cursor = key;
   int32_t chain = 0;
@@ -105,10 +130,15 @@ bool WalkStopsInside(const BTrie* trie, const char* key) {
     // The search takes the first node of the chain whose label fits.  A node
     // before it whose label runs past the key but begins with all of what is
     // left of it could fit a longer key and be taken instead: then nothing
-    // is certain.
+    // is certain.  Only nodes that begin with the key's next byte can do
+    // either, and an index lists just those.
     const size_t rest = std::strlen(cursor);
     int32_t fit = -1;
-    for (int32_t m = chain; m >= 0 && m < nodes; m = trie->sibling[m]) {
+    const int32_t first =
+        index != nullptr ? index->FirstWith(chain, static_cast<unsigned char>(*cursor)) : -2;
+    const bool indexed = first != -2;
+    for (int32_t m = indexed ? first : chain; m >= 0 && m < nodes;
+         m = indexed ? index->NextWith(m) : trie->sibling[m]) {
       const char* label = Label(trie, m);
       const size_t length = std::strlen(label);
       if (length <= rest && std::strncmp(label, cursor, length) == 0) {
@@ -166,6 +196,31 @@ BTrie* LoadCheckedTrie(const void* blob, size_t size, std::string* problem) {
   trie->labelOffset = sibling + 2 * n;
   trie->pool = block + 12 * static_cast<size_t>(n);
   return trie;
+}
+
+CallTrie::CallTrie(const void* blob) {
+  if (blob == nullptr) return;
+  const auto* bytes = static_cast<const char*>(blob);
+  uint32_t n, s;
+  std::memcpy(&n, bytes, 4);
+  std::memcpy(&s, bytes + 4, 4);
+  const uint64_t size = 12 * static_cast<uint64_t>(n) + s;
+  if (size > 0x7FFFFFFF) return;
+  const char* block = bytes + 8;
+  if (reinterpret_cast<uintptr_t>(block) % alignof(int32_t) != 0) {
+    copy_.reset(static_cast<char*>(std::malloc(size + 1)));
+    if (copy_ == nullptr) return;
+    std::memcpy(copy_.get(), block, size);
+    block = copy_.get();
+  }
+  const auto* sibling = reinterpret_cast<const int32_t*>(block);
+  const char* pool = block + 12 * static_cast<size_t>(n);
+  if (!BlobProblem(sibling, sibling + n, sibling + 2 * n, pool, n, s).empty()) return;
+  // The searches only read through these pointers.
+  trie_.sibling = const_cast<int32_t*>(sibling);
+  trie_.child = const_cast<int32_t*>(sibling + n);
+  trie_.labelOffset = const_cast<int32_t*>(sibling + 2 * n);
+  trie_.pool = const_cast<char*>(pool);
 }
 
 BTrie* LoadTrie(const void* blob) {
@@ -242,59 +297,75 @@ int32_t searchBBT(const BTrie* trie, const char* key, int32_t node,
 
 retTypeBBT* ETI_searchBTrie(const BTrie* trie, const char* key, int32_t mode,
                             int32_t startPos, int32_t* matchLen, int32_t* node) {
+  return eti::SearchWith(trie, eti::IndexOf(trie), key, mode, startPos, matchLen, node);
+}
+
+}  // extern "C"
+
+namespace eti {
+
+retTypeBBT* SearchWith(const BTrie* trie, const ChainIndex* index, const char* key, int32_t mode,
+                       int32_t startPos, int32_t* matchLen, int32_t* node) {
   int32_t rootNode = 0;
   if (node == nullptr) node = &rootNode;
   if (key == nullptr) return nullptr;
 
-  const char* cursor = key;
-  const char* lastValue = nullptr;  // value and end of the deepest entry
-  const char* lastCursor = nullptr;
+  const char* lastValue = nullptr;  // value and length of the deepest entry
+  int32_t lastLength = 0;
   retTypeBBT* list = nullptr;       // mode 2: longest first
+  int32_t after = 0;
+  const bool usedUp = WalkKey(
+      trie, index, key, *node,
+      [&](int32_t length, const char* value) {
+        if (mode == 2) {
+          retTypeBBT* hit = NewHit(startPos, key, static_cast<size_t>(length), value);
+          hit->next = list;
+          list = hit;
+        }
+        lastValue = value;
+        lastLength = length;
+      },
+      &after);
 
-  const char* value = nullptr;
-  int32_t n = searchBBT(trie, key, *node, &value);
-  bool keyUsedUp = false;
-  while (n != -1) {
-    cursor += std::strlen(eti::Label(trie, n));
-    if (value[0] != '\0') {
-      if (mode == 2) {
-        retTypeBBT* hit = eti::NewHit(startPos, key, cursor - key, value);
-        hit->next = list;
-        list = hit;
-      }
-      lastValue = value;
-      lastCursor = cursor;
-    }
-    if (*cursor == '\0') {
-      keyUsedUp = true;
-      break;
-    }
-    n = searchBBT(trie, cursor, trie->child[n], &value);
-  }
-
-  if (keyUsedUp) {
-    *node = trie->child[n];
+  if (usedUp) {
+    *node = after;
     if (mode == 2 && list != nullptr) return list;
     if (lastValue == nullptr) return ETI_BBT_PREFIX;
   } else {
     if (mode == 2) return list;
     if (mode != 1 || lastValue == nullptr) return nullptr;
   }
-  const int32_t length = static_cast<int32_t>(lastCursor - key);
-  if (matchLen != nullptr) *matchLen = length;
-  return eti::NewHit(startPos, key, length, lastValue);
+  if (matchLen != nullptr) *matchLen = lastLength;
+  return NewHit(startPos, key, static_cast<size_t>(lastLength), lastValue);
 }
+
+}  // namespace eti
+
+extern "C" {
 
 retTypeBBT* ETI_getFullDic(const char* text, const BTrie* trie, int32_t everyByte) {
   if (text == nullptr || text[0] == '\0') return nullptr;
   const int32_t length = static_cast<int32_t>(std::strlen(text));
   retTypeBBT* head = nullptr;
   retTypeBBT* tail = nullptr;
+  const eti::ChainIndex* index = eti::IndexOf(trie);
   int32_t node = 0;
   int32_t pos = 0;
   while (pos < length) {
+    if (node == 0 && index != nullptr &&
+        !index->MayStartAtRoot(static_cast<unsigned char>(text[pos]))) {
+      // Nothing starts here: the search would find nothing and leave the
+      // next one at the root.
+      if (everyByte != 0) {
+        ++pos;
+      } else {
+        while (pos < length && text[pos] != '*') ++pos;
+        ++pos;
+      }
+      continue;
+    }
     int32_t matchLength = 0;
-    retTypeBBT* r = ETI_searchBTrie(trie, text + pos, 1, pos, &matchLength, &node);
+    retTypeBBT* r = eti::SearchWith(trie, index, text + pos, 1, pos, &matchLength, &node);
     if (r == ETI_BBT_PREFIX) {
       // The next search goes on below where this one stopped.
     } else {

@@ -4,8 +4,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
 #include <string>
 
+#include "dict/chain_index.h"
 #include "extractor_kr/stages.h"
 
 namespace eti {
@@ -22,11 +26,46 @@ inline bool IsHitList(const retTypeBBT* r) {
   return r != nullptr && r != ETI_BBT_PREFIX;
 }
 
+// The walk behind ETI_searchBTrie, without making records: `key` is walked
+// down from `node`, and every entry passed is handed to onEntry(length,
+// value), shortest first (`length` key bytes; `value` points into the
+// trie).  Returns true when the whole key was used up, with *nodeAfter the
+// first child of the last node walked; false when the walk stopped inside
+// the key.
+// `index` (may be NULL) finds the nodes of long chains without scanning.
+template <typename OnEntry>
+bool WalkKey(const BTrie* trie, const ChainIndex* index, const char* key, int32_t node,
+             OnEntry&& onEntry, int32_t* nodeAfter) {
+  const auto search = [&](const char* k, int32_t from, const char** value) {
+    int32_t found;
+    if (index != nullptr && index->Find(k, from, &found, value)) return found;
+    return searchBBT(trie, k, from, value);
+  };
+  const char* cursor = key;
+  const char* value = nullptr;
+  int32_t n = search(key, node, &value);
+  while (n != -1) {
+    // The value starts right after the label's NUL.
+    cursor += value - (trie->pool + trie->labelOffset[n]) - 1;
+    if (value[0] != '\0') onEntry(static_cast<int32_t>(cursor - key), value);
+    if (*cursor == '\0') {
+      *nodeAfter = trie->child[n];
+      return true;
+    }
+    n = search(cursor, trie->child[n], &value);
+  }
+  return false;
+}
+
+// ETI_searchBTrie with the chain index to use (may be NULL).
+retTypeBBT* SearchWith(const BTrie* trie, const ChainIndex* index, const char* key, int32_t mode,
+                       int32_t startPos, int32_t* matchLen, int32_t* node);
+
 // Whether the longest-match walk of `key` from node 0 stops inside the key
 // for good: the walk takes the same nodes for every longer key that begins
 // with this one and stops at the same place.  Every such key then gets the
 // same longest-match result as `key` itself.
-bool WalkStopsInside(const BTrie* trie, const char* key);
+bool WalkStopsInside(const BTrie* trie, const ChainIndex* index, const char* key);
 
 // A new BTrie loaded from `blob` (empty when the blob is rejected).
 BTrie* LoadTrie(const void* blob);
@@ -36,6 +75,25 @@ BTrie* LoadTrie(const void* blob);
 // problem in words otherwise ("node 12: label offset 900 outside the pool
 // of 800 bytes").
 BTrie* LoadCheckedTrie(const void* blob, size_t size, std::string* problem);
+
+// A trie read from a caller's blob for the length of one call, checked as
+// fully as a loaded one: in place when the blob is aligned for its integers
+// (it must outlive the object), else from a copy.  Finds nothing when the
+// blob is rejected.
+class CallTrie {
+ public:
+  explicit CallTrie(const void* blob);
+  CallTrie(const CallTrie&) = delete;
+  CallTrie& operator=(const CallTrie&) = delete;
+  const BTrie* get() const { return &trie_; }
+
+ private:
+  struct Free {
+    void operator()(char* p) const { std::free(p); }
+  };
+  BTrie trie_{};
+  std::unique_ptr<char, Free> copy_;
+};
 
 // Unique owner of a trie for the stages that load one per call.
 struct TrieDeleter {

@@ -1,9 +1,11 @@
 // The extraction driver below the native entry: checks the reference time,
-// runs the pipeline (ETS), types its results (newType), computes the
-// content once (getOthers) and hands a copy of it to every result.
+// runs the pipeline over the set the call hands in, types its results,
+// computes the content once and hands a copy of it to every result.
 #include <cstdlib>
 #include <cstring>
 
+#include "calendar/arith.h"
+#include "dict/btrie.h"
 #include "driver/engine.h"
 #include "extractor_kr/stages.h"
 
@@ -15,7 +17,7 @@ namespace {
 int32_t ReadRefField(const char* text, size_t length, size_t at, size_t width) {
   char buf[5] = {0};
   if (at < length) std::strncpy(buf, text + at, width);
-  return std::atoi(buf);
+  return ReadInt(buf);
 }
 
 char* CopyText(const char* s) {
@@ -51,18 +53,25 @@ extern "C" int32_t ETI_Main(const char* text, TYPED_RESULT** results,
   const int32_t textLength = static_cast<int32_t>(std::strlen(text));
   if (!eti::AcceptReference(refTime)) return -1;
 
-  int32_t overallType = 0;  // the driver has no use for it
-  RESULT_ETS* found = ETS(text, refTime, settings, a2, a3, a4, a5, &overallType);
-  *results = newType(found, text, textLength);
+  // The set of this call, read where it lies (the tries checked, not
+  // copied, when their integers are aligned).
+  const eti::CallTrie replacements(a2), tags(a3), patterns(a4), units(a5);
+  const eti::WordList words = eti::SplitWordList(a6);
+  eti::LoadedDictionaries d;
+  eti::ReadSettings(settings, &d);
+  d.replacements = replacements.get();
+  d.tags = tags.get();
+  d.patterns = patterns.get();
+  d.unitSequences = units.get();
+  d.words = &words;
 
-  // The word list fails to load only when memory runs out; the content is
-  // then computed without it, and failing that left empty.
-  char* content = getOthers(text, found, a6);
-  if (content == nullptr) content = getOthers(text, found, "");
-  for (TYPED_RESULT* t = *results; t != nullptr; t = t->next) {
-    t->content = eti::CopyText(content != nullptr ? content : "");
-  }
+  int32_t overallType = 0;  // the driver has no use for it
+  const std::vector<eti::Found> found =
+      eti::RunPipeline(text, textLength, refTime, d, &overallType);
+  *results = eti::TypedResults(found, text);
+  if (*results == nullptr) return 0;
+  char* content = eti::KeptText(text, eti::RemovalMap(text, textLength, found, words));
+  for (TYPED_RESULT* t = *results; t != nullptr; t = t->next) t->content = eti::CopyText(content);
   std::free(content);
-  FreeRESULT_ETS(found);
   return 0;
 }

@@ -1,22 +1,28 @@
-// The extraction pipeline ETS.  In: the input text, the checked reference
-// time, the settings text and the four trie blobs.  Out: the RESULT_ETS
-// list that the driver types for output.  Stages, in order: normalisation,
-// tagging, pattern search, compounding, restoration; then the result loop
-// joins starts and ends into spans and maps every expression's bytes back
-// onto the input text.  Everything a run makes is released before it
-// returns, except the result list.
+// The extraction pipeline.  In: the input text, the checked reference
+// time and a loaded dictionary set.  Out: the results that the entries type
+// for output.  Stages, in order: normalisation, tagging, pattern search,
+// compounding, restoration; then the result loop joins starts and ends into
+// spans and maps every expression's bytes back onto the input text.  What
+// an expression covers travels as runs beside its record, so that no stage
+// holds anything as long as the text for every expression.  Everything a
+// run makes is released before it returns, except the results.
 #include "driver/pipeline.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string>
 
 #include "analysis/normalise.h"
+#include "analysis/pattern_search.h"
+#include "analysis/tagger.h"
 #include "calendar/arith.h"
 #include "dict/btrie.h"
-#include "driver/engine.h"
+#include "dict/chain_index.h"
 #include "driver/time_string.h"
 #include "interpret/dtinfo.h"
+#include "resolve/compound.h"
 
 namespace eti {
 namespace {
@@ -31,24 +37,19 @@ bool HasTimePart(const DTINFO* r) {
 }
 bool IsRelative(const DTINFO* r) { return r->relKind != 0 && IsSet(r->relKind); }
 
-RESULT_ETS* NewNode(const DTINFO* rec, int32_t n, int32_t w, const retTypeBBT* replacements) {
-  auto* node = static_cast<RESULT_ETS*>(std::calloc(1, sizeof(RESULT_ETS)));
-  node->marks = static_cast<int32_t*>(std::calloc(n > 0 ? n : 1, sizeof(int32_t)));
-  node->startFlags[0] = rec->hasDate;
-  node->startFlags[1] = rec->hasTime;
-  node->startFlags[2] = rec->hasAmPm;
+Found NewNode(const DTINFO* rec, const Marks& marks, const InputMap& map) {
+  Found f{};
+  RESULT_ETS& node = f.node;
+  node.startFlags[0] = rec->hasDate;
+  node.startFlags[1] = rec->hasTime;
+  node.startFlags[2] = rec->hasAmPm;
   const int32_t repeats[5] = {rec->repeatYear, rec->repeatMonth, rec->repeatWeek,
                               rec->repeatDay, rec->repeatHour};
-  for (int k = 0; k < 5; ++k) node->repeatFlags[k] = LowByte(repeats[k]);
-  node->spanFlag = 0;
-  if (HasMarks(rec)) MapMarks(rec->compoundMarks, w, replacements, node->marks, n);
-  DT2Char(rec, node->startTime);
-  return node;
-}
-
-void FreeNode(RESULT_ETS* node) {
-  node->next = nullptr;
-  FreeRESULT_ETS(node);
+  for (int k = 0; k < 5; ++k) node.repeatFlags[k] = LowByte(repeats[k]);
+  node.spanFlag = 0;
+  f.marks = map.Map(marks);
+  DT2Char(rec, node.startTime);
+  return f;
 }
 
 // Copies a revalidated time string and frees it.
@@ -60,65 +61,56 @@ void TakeTime(char* revalidated, char (&out)[15]) {
 // The result list under construction.
 class ResultBuilder {
  public:
-  ResultBuilder(int32_t n, int32_t w, const retTypeBBT* replacements)
-      : n_(n), w_(w), replacements_(replacements) {}
+  explicit ResultBuilder(const InputMap& map) : map_(map) {}
 
-  void Add(DTINFO* rec);
-  RESULT_ETS* Take() { return head_; }
+  void Add(DTINFO* rec, const Marks& marks);
+  std::vector<Found> Take() { return std::move(results_); }
 
  private:
-  void Append(RESULT_ETS* node, DTINFO* rec) {
-    if (tail_ == nullptr) {
-      head_ = node;
-    } else {
-      tail_->next = node;
-    }
-    tail_ = node;
+  Found& tail() { return results_.back(); }
+  void Append(Found&& node, DTINFO* rec) {
+    results_.push_back(std::move(node));
     previous_ = rec;
   }
-  void OpenEnd(RESULT_ETS* node, DTINFO* rec) {
-    node->spanFlag = 1;
-    std::memset(node->endFlags, 0, 3);
-    std::memcpy(node->endTime, kOpenTime, 15);
-    Append(node, rec);
+  void OpenEnd(Found&& node, DTINFO* rec) {
+    node.node.spanFlag = 1;
+    std::memset(node.node.endFlags, 0, 3);
+    std::memcpy(node.node.endTime, kOpenTime, 15);
+    Append(std::move(node), rec);
   }
-  void OpenStart(RESULT_ETS* node, DTINFO* rec) {
-    std::memcpy(node->endTime, node->startTime, 15);
-    std::memcpy(node->endFlags, node->startFlags, 3);
-    std::memcpy(node->startTime, kOpenTime, 15);
-    std::memset(node->startFlags, 0, 3);
-    node->spanFlag = 1;
-    Append(node, rec);
+  void OpenStart(Found&& node, DTINFO* rec) {
+    RESULT_ETS& n = node.node;
+    std::memcpy(n.endTime, n.startTime, 15);
+    std::memcpy(n.endFlags, n.startFlags, 3);
+    std::memcpy(n.startTime, kOpenTime, 15);
+    std::memset(n.startFlags, 0, 3);
+    n.spanFlag = 1;
+    Append(std::move(node), rec);
   }
   // The end closes the open start at the tail.
-  void MergeEnd(RESULT_ETS* node, DTINFO* rec) {
-    std::memcpy(tail_->endTime, node->startTime, 15);
-    std::memcpy(tail_->endFlags, node->startFlags, 3);
-    int32_t* combined = combineMarks(tail_->marks, node->marks, n_);
-    std::free(tail_->marks);
-    tail_->marks = combined;
-    tail_->spanFlag = static_cast<uint8_t>(previous_->duration);
+  void MergeEnd(const Found& node, DTINFO* rec) {
+    std::memcpy(tail().node.endTime, node.node.startTime, 15);
+    std::memcpy(tail().node.endFlags, node.node.startFlags, 3);
+    tail().marks = UnionOfOnes(tail().marks, node.marks);
+    tail().node.spanFlag = static_cast<uint8_t>(previous_->duration);
     previous_ = rec;
-    FreeNode(node);
   }
-  void DurationMerge(RESULT_ETS* node, DTINFO* rec);
-  bool Span(RESULT_ETS* node, DTINFO* rec, int32_t duration);
+  void DurationMerge(Found&& node, DTINFO* rec);
+  bool Span(Found* node, DTINFO* rec, int32_t duration);
 
-  int32_t n_, w_;
-  const retTypeBBT* replacements_;
-  RESULT_ETS* head_ = nullptr;
-  RESULT_ETS* tail_ = nullptr;
+  const InputMap& map_;
+  std::vector<Found> results_;
   DTINFO* previous_ = nullptr;
 };
 
 // A length added to the moment of the open start before it: the sum is the
 // start's end.
-void ResultBuilder::DurationMerge(RESULT_ETS* node, DTINFO* rec) {
+void ResultBuilder::DurationMerge(Found&& node, DTINFO* rec) {
   if (IsSet(rec->year) || IsSet(rec->month) || IsSet(rec->day) || IsSet(rec->week)) {
     const int32_t day = IsSet(rec->day) ? rec->day : 0;
     const int32_t weeks = IsSet(rec->week) ? WMul(7, rec->week) : 0;
     rec->day = WSub(WAdd(day, weeks), 1);
-    node->startFlags[0] = 1;
+    node.node.startFlags[0] = 1;
   }
   const bool ownTime = HasTimePart(rec);
   int32_t* own[6] = {&rec->year, &rec->month, &rec->day, &rec->hour, &rec->minute, &rec->second};
@@ -128,26 +120,20 @@ void ResultBuilder::DurationMerge(RESULT_ETS* node, DTINFO* rec) {
     if (!IsSet(*prev[k])) *prev[k] = 0;
     *own[k] = WAdd(IsSet(*own[k]) ? *own[k] : 0, *prev[k]);
   }
-  if (ownTime) node->startFlags[1] = 1;
-  if (rec->year > kLastYear) {
-    FreeNode(node);
-    return;
-  }
+  if (ownTime) node.node.startFlags[1] = 1;
+  if (rec->year > kLastYear) return;
   previous_ = rec;
   int32_t date[3] = {rec->year, rec->month, rec->day};
   int32_t time[3] = {rec->hour, rec->minute, rec->second};
-  TakeTime(dateTimeRevalidate(date, time), tail_->endTime);
-  std::memcpy(tail_->endFlags, node->startFlags, 3);
-  int32_t* combined = combineMarks(tail_->marks, node->marks, n_);
-  std::memcpy(tail_->marks, combined, sizeof(int32_t) * static_cast<size_t>(n_ > 0 ? n_ : 0));
-  std::free(combined);
-  tail_->spanFlag = 1;
-  FreeNode(node);
+  TakeTime(dateTimeRevalidate(date, time), tail().node.endTime);
+  std::memcpy(tail().node.endFlags, node.node.startFlags, 3);
+  tail().marks = UnionOfOnes(tail().marks, node.marks);
+  tail().node.spanFlag = 1;
 }
 
 // A whole period: its end is the start plus the span offsets.  Returns false
 // when the record was dropped for its year.
-bool ResultBuilder::Span(RESULT_ETS* node, DTINFO* rec, int32_t duration) {
+bool ResultBuilder::Span(Found* node, DTINFO* rec, int32_t duration) {
   int32_t* ends[6] = {&rec->spanYear, &rec->spanMonth, &rec->spanDays,
                       &rec->spanReserved1, &rec->spanReserved2, &rec->spanReserved3};
   const int32_t starts[6] = {rec->year, rec->month, rec->day, rec->hour, rec->minute, rec->second};
@@ -155,10 +141,7 @@ bool ResultBuilder::Span(RESULT_ETS* node, DTINFO* rec, int32_t duration) {
     if (!IsSet(*ends[k])) *ends[k] = 0;
     if (IsSet(starts[k])) *ends[k] = WAdd(*ends[k], starts[k]);
   }
-  if (!IsSet(rec->year) || rec->year > kLastYear) {
-    FreeNode(node);
-    return false;
-  }
+  if (!IsSet(rec->year) || rec->year > kLastYear) return false;
   int32_t date[3] = {rec->spanYear, rec->spanMonth, rec->spanDays};
   int32_t time[3] = {rec->spanReserved1, rec->spanReserved2, rec->spanReserved3};
   char* end = dateTimeRevalidate(date, time);
@@ -170,45 +153,47 @@ bool ResultBuilder::Span(RESULT_ETS* node, DTINFO* rec, int32_t duration) {
   rec->spanReserved3 = time[2];
   if (duration != 2) {
     rec->duration = 0;
-    node->spanFlag = 1;
-    TakeTime(end, node->endTime);
-    std::memcpy(node->endFlags, node->startFlags, 3);
+    node->node.spanFlag = 1;
+    TakeTime(end, node->node.endTime);
+    std::memcpy(node->node.endFlags, node->node.startFlags, 3);
   } else {
-    TakeTime(end, node->startTime);  // the end of the period is this moment
+    TakeTime(end, node->node.startTime);  // the end of the period is this moment
   }
   return true;
 }
 
-void ResultBuilder::Add(DTINFO* rec) {
+void ResultBuilder::Add(DTINFO* rec, const Marks& marks) {
   if (IsSet(rec->year) && rec->year > kLastYear) return;
-  RESULT_ETS* node = NewNode(rec, n_, w_, replacements_);
+  Found node = NewNode(rec, marks, map_);
   int32_t duration = rec->duration;
 
   // Durations: 1 a start, 2 an end, 3 a start that the next record may
   // close, 0 a length of time.
   if (previous_ != nullptr && previous_->duration == 3) {
-    if (duration == 1) return OpenEnd(node, rec);
+    if (duration == 1) return OpenEnd(std::move(node), rec);
     previous_->duration = 1;
     rec->duration = duration = 2;  // a period after an open start is its end
     if (rec->spanKind != 1) return MergeEnd(node, rec);
   }
   // A whole period, unless it is itself a start (1) or an open start (3).
   if (rec->spanKind == 1 && duration != 1 && duration != 3) {
-    if (!Span(node, rec, duration)) return;
+    if (!Span(&node, rec, duration)) return;
     duration = rec->duration;
   }
   switch (duration) {
     case 0:
-      if (IsSet(rec->spanKind)) return Append(node, rec);
-      if (previous_ != nullptr && previous_->duration == 1) return DurationMerge(node, rec);
-      return FreeNode(node);
+      if (IsSet(rec->spanKind)) return Append(std::move(node), rec);
+      if (previous_ != nullptr && previous_->duration == 1) {
+        return DurationMerge(std::move(node), rec);
+      }
+      return;
     case 2:
       if (previous_ != nullptr && previous_->duration == 1) return MergeEnd(node, rec);
-      return OpenStart(node, rec);
+      return OpenStart(std::move(node), rec);
     case 1:
-      return OpenEnd(node, rec);
+      return OpenEnd(std::move(node), rec);
     default:
-      return Append(node, rec);
+      return Append(std::move(node), rec);
   }
 }
 
@@ -224,17 +209,20 @@ struct HitsDeleter {
   void operator()(retTypeBBT* hits) const { ETI_free_retTypeBBT(&hits); }
 };
 
+struct ListDeleter {
+  void operator()(DTINFO* list) const { Free_DTINFO(list); }
+};
+
 }  // namespace
 
-void MapMarks(const int32_t* normalised, int32_t w, const retTypeBBT* replacements,
-              int32_t* out, int32_t n) {
-  if (!IsHitList(replacements)) {
-    for (int32_t k = 0; k < n && k < w; ++k) out[k] = normalised[k];
+InputMap::InputMap(const retTypeBBT* replacements, int32_t n, int32_t w) {
+  // The walk of the mark mapping, one segment at a time: i in the
+  // normalised text, j in the input text.
+  const retTypeBBT* r = IsHitList(replacements) ? replacements : nullptr;
+  if (r == nullptr) {
+    if (std::min(n, w) > 0) segments_.push_back({0, std::min(n, w), 0, false});
     return;
   }
-  // i walks the normalised text, j the input text.  Where the input held a
-  // matched piece, the normalised text holds a space and the replacement.
-  const retTypeBBT* r = replacements;
   int32_t i = 0;
   int32_t j = 0;
   while (i < w && j < n) {
@@ -243,70 +231,118 @@ void MapMarks(const int32_t* normalised, int32_t w, const retTypeBBT* replacemen
       const int32_t b = static_cast<int32_t>(std::strlen(r->value));
       if (b < a) {
         ++i;  // the space
-        // The first A - B input bytes take the mark of the replacement's
-        // first byte; the rest map one to one.
-        const int32_t mark = i < w ? normalised[i] : 0;
-        for (int32_t k = 0; k < a - b && j + k < n; ++k) out[j + k] = mark;
+        // The first A - B input bytes read the replacement's first byte;
+        // the rest map one to one.
+        const int32_t end = std::min(n, j + (a - b));
+        if (i < w) segments_.push_back({j, end, i, true});
         j += a - b;
       } else {
-        // Skip the space and the first B - A bytes of the replacement; its
-        // last A bytes map one to one onto the matched piece.
+        // The space and the first B - A bytes of the replacement stand for
+        // nothing; its last A bytes map one to one onto the matched piece.
         i += b - a + 1;
       }
       r = r->next;
       continue;
     }
-    if (i < w && normalised[i] == 1) out[j] = 1;
-    ++i;
-    ++j;
+    // One to one up to the next replacement, or to an end.
+    int32_t run = std::min(n - j, w - i);
+    if (r != nullptr && r->startPos > j) run = std::min(run, r->startPos - j);
+    segments_.push_back({j, j + run, i, false});
+    i += run;
+    j += run;
   }
 }
 
-RESULT_ETS* BuildResults(DTINFO* restored, int32_t n, int32_t w,
-                         const retTypeBBT* replacements) {
-  ResultBuilder builder(n, w, replacements);
-  for (DTINFO* rec = restored; rec != nullptr; rec = rec->next) builder.Add(rec);
+Marks InputMap::Map(const Marks& normalised) const {
+  Marks out;
+  size_t s = 0;
+  for (const MarkRun& m : normalised) {
+    if (m.value != 1) continue;
+    // Segments lie in normalised order: skip those that end before the run.
+    const auto sourceEnd = [](const Segment& g) {
+      return g.constant ? g.source + 1 : g.source + (g.inputEnd - g.inputBegin);
+    };
+    while (s < segments_.size() && sourceEnd(segments_[s]) <= m.begin) ++s;
+    for (size_t t = s; t < segments_.size() && segments_[t].source < m.end; ++t) {
+      const Segment& g = segments_[t];
+      int32_t from = g.inputBegin;
+      int32_t to = g.inputEnd;
+      if (!g.constant) {
+        from = g.inputBegin + std::max(0, m.begin - g.source);
+        to = g.inputBegin + std::min(g.inputEnd - g.inputBegin, m.end - g.source);
+      }
+      if (from >= to) continue;
+      if (!out.empty() && from <= out.back().end) {
+        out.back().end = std::max(out.back().end, to);
+      } else {
+        out.push_back({from, to, 1});
+      }
+    }
+  }
+  return out;
+}
+
+std::vector<Found> BuildResults(DTINFO* restored, const std::vector<Marks>& marks,
+                                const InputMap& map) {
+  ResultBuilder builder(map);
+  static const Marks kNone;
+  size_t k = 0;
+  for (DTINFO* rec = restored; rec != nullptr; rec = rec->next, ++k) {
+    builder.Add(rec, k < marks.size() ? marks[k] : kNone);
+  }
   return builder.Take();
 }
 
-RESULT_ETS* RunPipeline(const char* text, const char* refTime, const LoadedDictionaries& d,
-                        int32_t* overallType) {
-  if (text == nullptr) return nullptr;
-  const int32_t n = static_cast<int32_t>(std::strlen(text));
-  // The work text may grow to ten times the input through replacements.
-  const size_t capacity = 10 * static_cast<size_t>(n);
-  std::unique_ptr<char, decltype(&std::free)> work(
-      static_cast<char*>(std::malloc(capacity + 1)), &std::free);
+std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
+                               const LoadedDictionaries& d, int32_t* overallType) {
+  if (text == nullptr) return {};
+  const BTrie* const tries[4] = {d.replacements, d.tags, d.patterns, d.unitSequences};
+  const ScopedChainIndexes indexes(tries, d.indexes, 4);
   std::unique_ptr<ETS_CONTEXT, ContextDeleter> ctx(
       static_cast<ETS_CONTEXT*>(std::calloc(1, sizeof(ETS_CONTEXT))));
-
   ctx->reference = ConvStrToDTINFO(refTime);
-  if (ctx->reference == nullptr) return nullptr;  // nothing to resolve against
-  std::memcpy(work.get(), text, static_cast<size_t>(n) + 1);
+  if (ctx->reference == nullptr) return {};  // nothing to resolve against
   std::memcpy(ctx->defaultAmPm, d.defaultAmPm, sizeof(ctx->defaultAmPm));
   ctx->defaultCentury = d.defaultCentury;
   // The run reads the tries and never writes them.
   ctx->patternTrie = const_cast<BTrie*>(d.patterns);
   ctx->unitSeqTrie = const_cast<BTrie*>(d.unitSequences);
 
+  // The work text may grow to ten times the input through replacements;
+  // it is given room only as it grows.
+  std::string work(text, static_cast<size_t>(n));
   std::unique_ptr<retTypeBBT, HitsDeleter> replacements(
-      Normalise(work.get(), capacity, d.replacements));
-  const int32_t w = static_cast<int32_t>(std::strlen(work.get()));
-  RETTAGS* tokens = GetTypeFromBBT(work.get(), d.tags);
-  DTINFO* found = ExtAndComp(tokens, work.get(), ctx.get());  // frees the tokens
-  if (found == nullptr) return nullptr;
-  if (overallType != nullptr) *overallType = GetDTtype(found);
+      Normalise(&work, 10 * static_cast<size_t>(n), d.replacements));
+  const int32_t w = static_cast<int32_t>(work.size());
+  Arena tokenMemory;  // the tokens live until the pattern search is done
+  RETTAGS* tokens = TagInArena(work.c_str(), d.tags, &tokenMemory);
+  std::vector<Marks> found;
+  std::unique_ptr<DTINFO, ListDeleter> records(
+      FindExpressions(tokens, work.c_str(), w, ctx.get(), &found, false));
+  if (records == nullptr) return {};
+  if (overallType != nullptr) *overallType = GetDTtype(records.get());
 
-  DTINFO* compounded = CompoundDTInfo(found, ctx->reference, w, work.get());
-  Free_DTINFO(found);
-  DTINFO* restored = RestoreTime(compounded, ctx->reference, ctx.get());
-  if (restored == nullptr) {
-    Free_DTINFO(compounded);
-    return nullptr;
+  std::vector<Marks> covered;
+  std::unique_ptr<DTINFO, ListDeleter> compounded(
+      Compound(records.get(), found, ctx->reference, work.c_str(), &covered));
+  records.reset();
+  found.clear();
+  if (RestoreTime(compounded.get(), ctx->reference, ctx.get()) == nullptr) return {};
+  return BuildResults(compounded.get(), covered, InputMap(replacements.get(), n, w));
+}
+
+RESULT_ETS* ResultList(const std::vector<Found>& found, int32_t n) {
+  RESULT_ETS* head = nullptr;
+  RESULT_ETS** link = &head;
+  for (const Found& f : found) {
+    auto* node = static_cast<RESULT_ETS*>(std::malloc(sizeof(RESULT_ETS)));
+    *node = f.node;
+    node->marks = MarksArray(f.marks, n);
+    node->next = nullptr;
+    *link = node;
+    link = &node->next;
   }
-  RESULT_ETS* results = BuildResults(restored, n, w, replacements.get());
-  Free_DTINFO(restored);
-  return results;
+  return head;
 }
 
 }  // namespace eti
@@ -355,7 +391,8 @@ RESULT_ETS* ETS(const char* text, const char* refTime, const char* settings, con
   d.tags = tags.get();
   d.patterns = patterns.get();
   d.unitSequences = units.get();
-  return eti::RunPipeline(text, refTime, d, overallType);
+  const int32_t n = static_cast<int32_t>(std::strlen(text));
+  return eti::ResultList(eti::RunPipeline(text, n, refTime, d, overallType), n);
 }
 
 }  // extern "C"

@@ -5,10 +5,12 @@
 // its commas.  ConvRES2char merges the results' marks into one map;
 // SelectResult picks one result of a list for callers who want a single
 // answer.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "driver/engine.h"
@@ -31,13 +33,21 @@ char* Copy(const char* s, size_t n) {
   return out;
 }
 
-// The first word of the list that the text continues with at `at`, in list
-// order; an empty word matches anywhere and so stops the search.
-const char* FollowingWord(const DicHanddle* words, const char* at) {
-  for (int32_t k = 0; k < words->count; ++k) {
-    const char* w = words->words[k];
-    if (w == nullptr) continue;
-    if (std::strncmp(at, w, std::strlen(w)) == 0) return w;
+// The first word of the list that the text continues with at byte i, in
+// list order; an empty word matches anywhere and so stops the search.
+const std::string_view* FollowingWord(const eti::WordList& words, const eti::WordIndex* index,
+                                      const char* text, size_t length, size_t i) {
+  const auto fits = [&](const std::string_view& w) {
+    return w.size() <= length - i && std::memcmp(text + i, w.data(), w.size()) == 0;
+  };
+  if (index != nullptr) {
+    for (uint32_t k : index->Candidates(static_cast<unsigned char>(text[i]))) {
+      if (fits(words[k])) return &words[k];
+    }
+    return nullptr;
+  }
+  for (const std::string_view& w : words) {
+    if (fits(w)) return &w;
   }
   return nullptr;
 }
@@ -67,9 +77,16 @@ char* getOthers(const char* text, const RESULT_ETS* list, const char* wordList) 
 
   DicHanddle* raw = nullptr;
   if (InitDicHanddle(&raw) == 0) return nullptr;
-  std::unique_ptr<DicHanddle, DicDeleter> words(raw);
+  std::unique_ptr<DicHanddle, DicDeleter> dic(raw);
   if (MakeDic(&raw, wordList != nullptr ? wordList : "") == 0) return nullptr;
-  return eti::KeptText(text, eti::RemovalMap(text, length, list, words.get()));
+  eti::WordList words;
+  for (int32_t k = 0; k < dic->count; ++k) {
+    if (dic->words[k] != nullptr) words.emplace_back(dic->words[k]);
+  }
+  std::unique_ptr<char, decltype(&std::free)> marked(ConvRES2char(list, length), &std::free);
+  std::string map(marked.get(), static_cast<size_t>(length));
+  eti::RemoveFollowingWordsAndCommas(text, words, nullptr, &map);
+  return eti::KeptText(text, map);
 }
 
 RESULT_ETS* SelectResult(const RESULT_ETS* list) {
@@ -124,30 +141,49 @@ RESULT_ETS* SelectResult(const RESULT_ETS* list) {
 
 namespace eti {
 
-std::string RemovalMap(const char* text, int32_t length, const RESULT_ETS* list,
-                       const DicHanddle* words) {
-  std::string map(static_cast<size_t>(length > 0 ? length : 0), kKept);
-  if (list == nullptr || length <= 0) return map;
-  for (const RESULT_ETS* r = list; r != nullptr; r = r->next) {
-    if (r->marks == nullptr) continue;
-    for (int32_t k = 0; k < length; ++k) {
-      if (r->marks[k] == 1) map[k] = kRemoved;
+WordList SplitWordList(const char* text) {
+  // The pieces getLineS cuts: up to a line feed, at most 1023 bytes.
+  constexpr size_t kPiece = 1023;
+  WordList words;
+  if (text == nullptr) return words;
+  for (const char* p = text; *p != '\0';) {
+    size_t n = 0;
+    while (n < kPiece && p[n] != '\0') {
+      if (p[n++] == '\n') break;
+    }
+    size_t kept = n;
+    while (kept > 0 && (p[kept - 1] == '\n' || p[kept - 1] == '\r')) --kept;
+    words.emplace_back(p, kept);
+    p += n;
+  }
+  return words;
+}
+
+WordIndex::WordIndex(const WordList& words) {
+  for (uint32_t k = 0; k < words.size(); ++k) {
+    if (words[k].empty()) {
+      for (auto& list : byLead_) list.push_back(k);  // fits anywhere
+    } else {
+      byLead_[static_cast<unsigned char>(words[k][0])].push_back(k);
     }
   }
+}
 
+void RemoveFollowingWordsAndCommas(const char* text, const WordList& words,
+                                   const WordIndex* index, std::string* map) {
+  const size_t length = map->size();
   bool afterRemoved = false;
-  for (int32_t i = 0; i < length;) {
-    char& m = map[i];
+  for (size_t i = 0; i < length;) {
+    char& m = (*map)[i];
     if (m != kKept) {
       if (m == kRemoved) afterRemoved = true;
       ++i;
     } else if (afterRemoved) {
       afterRemoved = false;
-      const char* w = words != nullptr ? FollowingWord(words, text + i) : nullptr;
-      if (w != nullptr && w[0] != '\0') {
-        const int32_t n = static_cast<int32_t>(std::strlen(w));
-        for (int32_t k = 0; k < n; ++k) map[i + k] = kRemoved;
-        i += n;
+      const std::string_view* w = FollowingWord(words, index, text, length, i);
+      if (w != nullptr && !w->empty()) {
+        for (size_t k = 0; k < w->size(); ++k) (*map)[i + k] = kRemoved;
+        i += w->size();
       }
       // Otherwise the same byte is looked at again, now as an ordinary one.
     } else if (text[i] == ',') {
@@ -157,6 +193,18 @@ std::string RemovalMap(const char* text, int32_t length, const RESULT_ETS* list,
       ++i;
     }
   }
+}
+
+std::string RemovalMap(const char* text, int32_t length, const std::vector<Found>& found,
+                       const WordList& words, const WordIndex* index) {
+  std::string map(static_cast<size_t>(length > 0 ? length : 0), kKept);
+  if (found.empty() || length <= 0) return map;
+  for (const Found& f : found) {
+    for (const MarkRun& r : f.marks) {
+      for (int32_t k = std::max(r.begin, 0); k < std::min(r.end, length); ++k) map[k] = kRemoved;
+    }
+  }
+  RemoveFollowingWordsAndCommas(text, words, index, &map);
   return map;
 }
 

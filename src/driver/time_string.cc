@@ -15,6 +15,31 @@
 
 namespace eti {
 
+namespace {
+
+// What "%0*d" writes for `value` at `width`, and its NUL: the digits,
+// zero-padded on the left to `width` characters in all, a minus sign first
+// when negative.  Returns the number of characters.
+int FormatPadded(int32_t value, int width, char* out) {
+  char digits[12];
+  int n = 0;
+  int64_t v = value;
+  const bool negative = v < 0;
+  if (negative) v = -v;
+  do {
+    digits[n++] = static_cast<char>('0' + v % 10);
+    v /= 10;
+  } while (v != 0);
+  int length = 0;
+  if (negative) out[length++] = '-';
+  for (int pad = width - n - (negative ? 1 : 0); pad > 0; --pad) out[length++] = '0';
+  while (n > 0) out[length++] = digits[--n];
+  out[length] = '\0';
+  return length;
+}
+
+}  // namespace
+
 void FormatTimeString(int32_t year, int32_t month, int32_t day, int32_t hour,
                       int32_t minute, int32_t second, char* out) {
   struct Field {
@@ -31,8 +56,7 @@ void FormatTimeString(int32_t year, int32_t month, int32_t day, int32_t hour,
       std::memcpy(scratch + f.pos, "FFFF", f.width);
       scratch[f.pos + f.width] = '\0';
     } else {
-      std::snprintf(scratch + f.pos, sizeof(scratch) - f.pos, "%0*d", f.width,
-                    f.value);
+      FormatPadded(f.value, f.width, scratch + f.pos);
     }
   }
   std::memcpy(out, scratch, 14);
@@ -45,7 +69,7 @@ namespace {
 int32_t ReadField(const char* text, int width) {
   char buf[8] = {0};
   std::strncpy(buf, text, width);
-  return std::atoi(buf);
+  return ReadInt(buf);
 }
 
 }  // namespace

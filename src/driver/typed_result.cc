@@ -1,5 +1,6 @@
 // Typed results: the output form of the pipeline's RESULT_ETS list, with
 // character positions (charIndex) and the repetition cycle string.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -28,6 +29,77 @@ void MarkedBytes(const RESULT_ETS& r, int32_t textLength, int32_t* begin, int32_
     if (*end == -1 && r.marks[textLength - 1 - i] == 1) *end = textLength - i;
     if (*begin != -1 && *end != -1) break;
   }
+}
+
+void MarkedBytes(const Found& f, int32_t* begin, int32_t* end) {
+  *begin = f.marks.empty() ? -1 : f.marks.front().begin;
+  *end = f.marks.empty() ? -1 : f.marks.back().end;
+}
+
+void CharIndexes(const char* text, std::vector<int32_t*> positions) {
+  std::sort(positions.begin(), positions.end(),
+            [](const int32_t* a, const int32_t* b) { return *a < *b; });
+  // The walk of charIndex, once for all positions in ascending order: a
+  // position inside a two-byte character counts as the character's start,
+  // and a walk stopped by the text's end gives every later position the
+  // character count there.
+  int32_t pos = 0;
+  int32_t wide = 0;
+  bool ended = false;
+  for (int32_t* p : positions) {
+    const int32_t bytePos = *p;
+    while (!ended && pos < bytePos) {
+      const unsigned char c = static_cast<unsigned char>(text[pos]);
+      if (c == '\0') {
+        ended = true;
+        break;
+      }
+      if (c >= 0x80) {
+        pos += 2;
+        ++wide;
+      } else {
+        pos += 1;
+      }
+    }
+    if (bytePos <= 0) {
+      *p = bytePos;
+    } else if (ended && pos < bytePos) {
+      *p = pos - wide;
+    } else {
+      *p = bytePos - wide;
+    }
+  }
+}
+
+TYPED_RESULT* TypedResults(const std::vector<Found>& found, const char* text) {
+  std::vector<int32_t> positions(2 * found.size());
+  std::vector<int32_t*> requests;
+  requests.reserve(positions.size());
+  for (size_t k = 0; k < found.size(); ++k) {
+    MarkedBytes(found[k], &positions[2 * k], &positions[2 * k + 1]);
+    requests.push_back(&positions[2 * k]);
+    requests.push_back(&positions[2 * k + 1]);
+  }
+  CharIndexes(text, std::move(requests));
+  TYPED_RESULT* head = nullptr;
+  TYPED_RESULT** link = &head;
+  for (size_t k = 0; k < found.size(); ++k) {
+    const RESULT_ETS& r = found[k].node;
+    auto* t = static_cast<TYPED_RESULT*>(std::calloc(1, sizeof(TYPED_RESULT)));
+    std::memcpy(t->countryCode, "KR", 2);
+    std::memcpy(t->startTime, r.startTime, 15);
+    std::memcpy(t->endTime, r.endTime, 15);
+    std::memcpy(t->inputInformStart, r.startFlags, 3);
+    std::memcpy(t->inputInformEnd, r.endFlags, 3);
+    std::memcpy(t->cycle, CycleOf(r), 15);
+    t->resultType = r.spanFlag + 1;
+    t->beginIndex = positions[2 * k];
+    t->endIndex = positions[2 * k + 1];
+    t->next = nullptr;
+    *link = t;
+    link = &t->next;
+  }
+  return head;
 }
 
 }  // namespace eti

@@ -3,6 +3,7 @@
 // single marker words (AM/PM, day/night, lunar/solar) and dates and times
 // written with separators (2014.5.6, 10:30).  Each makes at most one record.
 #include <cstring>
+#include <string_view>
 #include <string>
 
 #include "extractor_kr/stages.h"
@@ -16,7 +17,7 @@ namespace {
 DTINFO* Offset(RETTAGS* tokens, int32_t first, int32_t end, const char* unitSeq,
                int32_t DTINFO::*field, Walk* w) {
   return WalkUnit(tokens, first, end, unitSeq, field, w,
-                  [](const std::string&, const TAGATTR& a, const RETTAGS&, Walk* walk) {
+                  [](std::string_view, const TAGATTR& a, const RETTAGS&, Walk* walk) {
                     if (IsSet(a.value)) {
                       walk->running = a.value;
                       walk->anyValue = true;
@@ -125,7 +126,7 @@ DTINFO* Cal_rDUnit(RETTAGS* t, int32_t first, int32_t end, const char* seq) {
   // without a value undoes the token's earlier hits.
   return eti::WalkUnit(
       t, first, end, seq, &DTINFO::day, &w,
-      [](const std::string& item, const TAGATTR& a, const RETTAGS&, eti::Walk* walk) {
+      [](std::string_view item, const TAGATTR& a, const RETTAGS&, eti::Walk* walk) {
         walk->rec->relKind = item == "rD-Unit" ? 5 : 2;
         walk->lastHitValued = eti::IsSet(a.value);
         if (!eti::IsSet(a.value)) return a.next == nullptr ? eti::Hit::kFail : eti::Hit::kGoOn;
@@ -138,7 +139,7 @@ DTINFO* Cal_rDUnit(RETTAGS* t, int32_t first, int32_t end, const char* seq) {
 DTINFO* Cal_pDUnit(RETTAGS* t, int32_t first, int32_t end, const char* seq) {
   eti::Walk w;
   return eti::WalkUnit(t, first, end, seq, &DTINFO::day, &w,
-                       [](const std::string& item, const TAGATTR& a, const RETTAGS&, eti::Walk* walk) {
+                       [](std::string_view item, const TAGATTR& a, const RETTAGS&, eti::Walk* walk) {
                          if (item == "pD-Unit") walk->running = a.value;
                          return eti::Hit::kGoOn;
                        });

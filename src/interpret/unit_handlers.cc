@@ -3,6 +3,7 @@
 // eight share one walk; a small table of rules says where each one's value
 // and "Repeat" go and which special attribute names it knows.
 #include <cstring>
+#include <string_view>
 #include <string>
 
 #include "extractor_kr/stages.h"
@@ -49,7 +50,7 @@ int32_t AmPmOfNumber(int32_t v, const RETTAGS& token) {
   return kUnset;
 }
 
-Hit AbsoluteHit(const AbsoluteUnit& u, const std::string& item, const TAGATTR& a,
+Hit AbsoluteHit(const AbsoluteUnit& u, std::string_view item, const TAGATTR& a,
                 const RETTAGS& token, Walk* w) {
   DTINFO* r = w->rec;
   const int32_t v = a.value;
@@ -102,7 +103,7 @@ DTINFO* Absolute(const AbsoluteUnit& u, RETTAGS* tokens, int32_t first, int32_t 
   w.rec = NewDTINFO();
   if (u.hour) w.rec->relKind = 0;  // the only absolute handler that says so
   return WalkUnit(tokens, first, end, unitSeq, u.field, &w,
-                  [&u](const std::string& item, const TAGATTR& a, const RETTAGS& token, Walk* walk) {
+                  [&u](std::string_view item, const TAGATTR& a, const RETTAGS& token, Walk* walk) {
                     return AbsoluteHit(u, item, a, token, walk);
                   });
 }

@@ -5,8 +5,7 @@
 #define EXTRACTOR_KR_INTERPRET_UNIT_WALK_H_
 
 #include <cstring>
-#include <string>
-#include <vector>
+#include <string_view>
 
 #include "extractor_kr/stages.h"
 #include "interpret/dtinfo.h"
@@ -24,19 +23,24 @@ struct Walk {
 // What a hit does: false makes the handler give NULL at once.
 enum class Hit { kGoOn, kFail };
 
-// The items of a '*'-joined sequence.
-inline std::vector<std::string> SplitItems(const char* seq) {
-  std::vector<std::string> items;
-  const char* start = seq;
-  for (const char* p = seq;; ++p) {
-    if (*p == '*' || *p == '\0') {
-      if (p > start) items.emplace_back(start, p - start);  // empty items vanish
-      if (*p == '\0') break;
-      start = p + 1;
-    }
+// The items of a '*'-joined sequence, one after the other; empty items
+// vanish.
+class Items {
+ public:
+  explicit Items(const char* seq) : at_(seq) {}
+  // The next item, or false when the sequence is used up.
+  bool Next(std::string_view* item) {
+    while (*at_ == '*') ++at_;
+    if (*at_ == '\0') return false;
+    const char* start = at_;
+    while (*at_ != '*' && *at_ != '\0') ++at_;
+    *item = std::string_view(start, static_cast<size_t>(at_ - start));
+    return true;
   }
-  return items;
-}
+
+ private:
+  const char* at_;
+};
 
 // Walks tokens[first, end) against unitSeq.  onHit(item, attr, token, walk)
 // handles each hit.  A token without attributes or without a hit, or (when
@@ -48,15 +52,16 @@ DTINFO* WalkUnit(RETTAGS* tokens, int32_t first, int32_t end, const char* unitSe
                  bool lastHitMustHaveValue = false) {
   if (unitSeq == nullptr) return nullptr;
   if (w->rec == nullptr) w->rec = NewDTINFO();
-  const std::vector<std::string> items = SplitItems(unitSeq);
+  Items items(unitSeq);
+  bool more = true;
   for (int32_t k = first; k < end; ++k) {
-    const size_t n = static_cast<size_t>(k - first);
     const RETTAGS& token = tokens[k];
     bool hit = false;
     bool failed = false;
     w->lastHitValued = false;
-    if (n < items.size()) {
-      const std::string& item = items[n];
+    std::string_view item;
+    more = more && items.Next(&item);
+    if (more) {
       for (const TAGATTR* a = token.attrs; a != nullptr && !failed; a = a->next) {
         if (item != a->name) continue;
         hit = true;

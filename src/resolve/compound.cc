@@ -7,10 +7,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <vector>
 
 #include "calendar/arith.h"
 #include "extractor_kr/stages.h"
 #include "interpret/dtinfo.h"
+#include "interpret/marks.h"
+#include "resolve/compound.h"
 
 namespace eti {
 namespace {
@@ -29,16 +32,16 @@ bool HasDateOrTime(const DTINFO& r) {
 
 bool HasTime(const DTINFO& r) { return HasAny(r, {&DTINFO::hour, &DTINFO::minute, &DTINFO::second}); }
 
-DTINFO* NewCompound(int32_t n) {
+// A new compound; what it covers is kept beside it (`Marks`).
+DTINFO* NewCompound() {
   DTINFO* c = NewDTINFO();
-  c->compoundMarks = static_cast<int32_t*>(std::calloc(n > 0 ? n : 1, sizeof(int32_t)));
   c->relKind = 0;
   return c;
 }
 
 // The fields every member hands on as they are: repeats, roles, markers,
 // the period block and the marks.
-void CopyCommon(const DTINFO& p, DTINFO* c, int32_t n) {
+void CopyCommon(const DTINFO& p, const Marks& pm, DTINFO* c, Marks* cm) {
   for (int32_t DTINFO::*f : {&DTINFO::repeatYear, &DTINFO::repeatMonth, &DTINFO::repeatWeek,
                              &DTINFO::repeatDay, &DTINFO::repeatHour, &DTINFO::duration,
                              &DTINFO::ampm, &DTINFO::dayNight, &DTINFO::lunar}) {
@@ -51,11 +54,7 @@ void CopyCommon(const DTINFO& p, DTINFO* c, int32_t n) {
       c->*f = p.*f;
     }
   }
-  if (HasMarks(&p) && p.compoundMarks != nullptr) {
-    for (int32_t k = 0; k < n; ++k) {
-      if (p.compoundMarks[k] != 0) c->compoundMarks[k] = p.compoundMarks[k];
-    }
-  }
+  Overlay(cm, pm);
   if (c->relKind == 0 && p.relKind == 5) c->relKind = 5;
 }
 
@@ -64,7 +63,7 @@ void AfternoonHour(DTINFO* c) {
   if (c->ampm == 1 && c->hour < 12) c->hour = WAdd(c->hour, 12);
 }
 
-void Copy(const DTINFO& p, DTINFO* c, int32_t n) {
+void Copy(const DTINFO& p, const Marks& pm, DTINFO* c, Marks* cm) {
   for (int32_t DTINFO::*f : {&DTINFO::year, &DTINFO::month, &DTINFO::day, &DTINFO::week,
                              &DTINFO::weekday}) {
     if (IsSet(p.*f)) c->*f = p.*f;
@@ -84,11 +83,12 @@ void Copy(const DTINFO& p, DTINFO* c, int32_t n) {
   // P's own AM/PM affects only the hours of later members.
   if (IsSet(p.seqBegin)) c->seqBegin = p.seqBegin;
   if (IsSet(p.seqEnd)) c->seqEnd = p.seqEnd;
-  CopyCommon(p, c, n);
+  CopyCommon(p, pm, c, cm);
 }
 
 // A member counted s (+1 after, -1 before) from the base record b.
-void Count(const DTINFO& p, DTINFO* b, const DTINFO& ref, int32_t s, DTINFO* c, int32_t n) {
+void Count(const DTINFO& p, const Marks& pm, DTINFO* b, const DTINFO& ref, int32_t s, DTINFO* c,
+           Marks* cm) {
   c->lunar = b->lunar;
   const auto from = [&](int32_t DTINFO::*f, int32_t DTINFO::*fallback) {
     if (IsSet(p.*f)) {
@@ -129,10 +129,48 @@ void Count(const DTINFO& p, DTINFO* b, const DTINFO& ref, int32_t s, DTINFO* c, 
       }
     }
   }
-  CopyCommon(p, c, n);
+  CopyCommon(p, pm, c, cm);
 }
 
 }  // namespace
+
+DTINFO* Compound(DTINFO* list, const std::vector<Marks>& marks, DTINFO* reference,
+                 const char* text, std::vector<Marks>* out) {
+  out->assign(1, Marks());
+  DTINFO* compound = NewCompound();
+  if (list == nullptr || reference == nullptr) return compound;
+  DTINFO* first = compound;
+  DTINFO* base = reference;
+  const auto next = [&] {
+    DTINFO* c = NewCompound();
+    compound->next = c;
+    compound = c;
+    out->emplace_back();
+  };
+  size_t k = 0;
+  for (DTINFO* p = list; p != nullptr; p = p->next, ++k) {
+    static const Marks kNone;
+    const Marks& pm = k < marks.size() ? marks[k] : kNone;
+    // A date with a month and a day is no length of time.
+    if (p->duration == 0 && IsSet(p->month) && IsSet(p->day)) p->duration = kUnset;
+    const bool counted = p->relKind == 2 || p->relKind == -2;
+    if (!counted) {
+      if (CheckCollision(compound, p, text) == 1) next();
+      if (p->relKind == 5 && IsSet(p->second)) {
+        compound->ampm = reference->hour >= 12 && reference->hour <= 23 ? 1 : 0;
+      }
+      Copy(*p, pm, compound, &out->back());
+    } else {
+      if (CheckCollision(compound, p, text) == 1) {
+        base = compound;  // later counts start from what was just closed
+        if (p->duration != -1) next();
+      }
+      Count(*p, pm, base, *reference, p->relKind == 2 ? 1 : -1, compound, &out->back());
+    }
+  }
+  return first;
+}
+
 }  // namespace eti
 
 using eti::IsSet;
@@ -166,35 +204,22 @@ int32_t CheckCollision(const DTINFO* k, const DTINFO* p, const char* text) {
 
 DTINFO* NewDTnfo(DTINFO** head, DTINFO* current, int32_t n) {
   if (head != nullptr && *head == nullptr) *head = current;
-  DTINFO* c = eti::NewCompound(n);
+  DTINFO* c = eti::NewCompound();
+  c->compoundMarks = static_cast<int32_t*>(std::calloc(n > 0 ? n : 1, sizeof(int32_t)));
   if (current != nullptr) current->next = c;
   return c;
 }
 
 DTINFO* CompoundDTInfo(DTINFO* list, DTINFO* reference, int32_t n, const char* text) {
-  DTINFO* compound = eti::NewCompound(n);
-  if (list == nullptr || reference == nullptr) return compound;
-  DTINFO* head = nullptr;
-  DTINFO* base = reference;
-  for (DTINFO* p = list; p != nullptr; p = p->next) {
-    // A date with a month and a day is no length of time.
-    if (p->duration == 0 && IsSet(p->month) && IsSet(p->day)) p->duration = eti::kUnset;
-    const bool counted = p->relKind == 2 || p->relKind == -2;
-    if (!counted) {
-      if (CheckCollision(compound, p, text) == 1) compound = NewDTnfo(&head, compound, n);
-      if (p->relKind == 5 && IsSet(p->second)) {
-        compound->ampm = reference->hour >= 12 && reference->hour <= 23 ? 1 : 0;
-      }
-      eti::Copy(*p, compound, n);
-    } else {
-      if (CheckCollision(compound, p, text) == 1) {
-        base = compound;  // later counts start from what was just closed
-        if (p->duration != -1) compound = NewDTnfo(&head, compound, n);
-      }
-      eti::Count(*p, base, *reference, p->relKind == 2 ? 1 : -1, compound, n);
-    }
+  std::vector<eti::Marks> in;
+  for (const DTINFO* p = list; p != nullptr; p = p->next) {
+    in.push_back(eti::HasMarks(p) ? eti::MarksOfArray(p->compoundMarks, n) : eti::Marks());
   }
-  return head != nullptr ? head : compound;
+  std::vector<eti::Marks> out;
+  DTINFO* head = eti::Compound(list, in, reference, text, &out);
+  size_t k = 0;
+  for (DTINFO* c = head; c != nullptr; c = c->next) c->compoundMarks = eti::MarksArray(out[k++], n);
+  return head;
 }
 
 }  // extern "C"

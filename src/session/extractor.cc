@@ -11,6 +11,7 @@
 #include <cstring>
 #include <new>
 
+#include "calendar/arith.h"
 #include "session/text.h"
 
 namespace eti::session {
@@ -20,12 +21,15 @@ const char* const kDictionaryFiles[6] = {"settings.txt", "replace.bin", "tags.bi
 
 namespace {
 
+// The largest engine text a thread keeps between calls, in bytes.
+constexpr size_t kKeptText = 64 * 1024;
+
 // A field of a time string: -1 where it is all F's (open), else its value.
 int32_t TimeField(const char* t, int at, int width) {
   if (t[at] == 'F') return -1;
   char buf[5] = {0};
   std::memcpy(buf, t + at, static_cast<size_t>(width));
-  return std::atoi(buf);
+  return ReadInt(buf);
 }
 
 ekr_moment Moment(const char* time, const uint8_t* flags) {
@@ -70,8 +74,6 @@ Status ReadWholeFile(const std::string& path, std::string* out) {
 
 }  // namespace
 
-Extractor::~Extractor() { FreeDicHanddle(&words_); }
-
 Status Extractor::Open(const ekr_dictionaries& d, std::unique_ptr<Extractor>* out) {
   const ekr_blob blobs[6] = {d.settings, d.replacements, d.tags,
                              d.patterns, d.unit_sequences, d.words};
@@ -94,16 +96,19 @@ Status Extractor::Open(const ekr_dictionaries& d, std::unique_ptr<Extractor>* ou
   // The settings and the word list are texts read up to their first NUL,
   // as the whole-call entry reads them.
   const std::string settings(static_cast<const char*>(blobs[0].data), blobs[0].size);
-  const std::string words(static_cast<const char*>(blobs[5].data), blobs[5].size);
   ReadSettings(settings.c_str(), &ex->dicts_);
-  if (InitDicHanddle(&ex->words_) == 0 || MakeDic(&ex->words_, words.c_str()) == 0) {
-    return Status::Error(EKR_ERROR_MEMORY, "out of memory");
-  }
+  ex->wordText_.assign(static_cast<const char*>(blobs[5].data), blobs[5].size);
+  ex->words_ = SplitWordList(ex->wordText_.c_str());
+  ex->wordIndex_ = std::make_unique<WordIndex>(ex->words_);
   ex->dicts_.replacements = ex->tries_[0].get();
   ex->dicts_.tags = ex->tries_[1].get();
   ex->dicts_.patterns = ex->tries_[2].get();
   ex->dicts_.unitSequences = ex->tries_[3].get();
-  ex->dicts_.words = ex->words_;
+  ex->dicts_.words = &ex->words_;
+  for (int k = 0; k < 4; ++k) {
+    ex->indexes_[k] = std::make_unique<ChainIndex>(ex->tries_[k].get());
+    ex->dicts_.indexes[k] = ex->indexes_[k].get();
+  }
   *out = std::move(ex);
   return {};
 }
@@ -136,7 +141,14 @@ Status Extractor::Extract(std::string_view text, std::string_view reference,
                              " is outside years 1970..2043, months 1..12, days 1..31, hours "
                              "0..24, minutes 0..60");
   }
-  EngineText engineText;
+  // The engine's text, kept by the thread from call to call so that its
+  // buffers need not be made again; given back after a long text.
+  thread_local EngineText engineText;
+  struct Release {
+    ~Release() {
+      if (engineText.cp949.capacity() > kKeptText) engineText = EngineText();
+    }
+  } release;
   size_t where = 0;
   switch (ReadText(text, &engineText, &where)) {
     case TextProblem::kNone:
@@ -153,13 +165,19 @@ Status Extractor::Extract(std::string_view text, std::string_view reference,
   const char* cp949 = engineText.cp949.c_str();
   const int32_t length = static_cast<int32_t>(engineText.cp949.size());
   int32_t overallType = 0;
-  struct ListDeleter {
-    void operator()(RESULT_ETS* r) const { FreeRESULT_ETS(r); }
-  };
-  const std::unique_ptr<RESULT_ETS, ListDeleter> list(
-      RunPipeline(cp949, ref.c_str(), dicts_, &overallType));
-  const auto position = [&](int32_t byte, int32_t* asByte, int32_t* asChar, int32_t* asUtf16) {
-    const int32_t k = charIndex(cp949, byte);
+  const std::vector<Found> found = RunPipeline(cp949, length, ref.c_str(), dicts_, &overallType);
+
+  // Character positions for every result in one walk, then the text's own.
+  std::vector<int32_t> chars(2 * found.size());
+  std::vector<int32_t*> requests;
+  requests.reserve(chars.size());
+  for (size_t k = 0; k < found.size(); ++k) {
+    MarkedBytes(found[k], &chars[2 * k], &chars[2 * k + 1]);
+    requests.push_back(&chars[2 * k]);
+    requests.push_back(&chars[2 * k + 1]);
+  }
+  CharIndexes(cp949, std::move(requests));
+  const auto position = [&](int32_t k, int32_t* asByte, int32_t* asChar, int32_t* asUtf16) {
     if (k < 0 || static_cast<size_t>(k) >= engineText.utf8Start.size()) {
       *asByte = *asChar = *asUtf16 = -1;
       return;
@@ -168,20 +186,20 @@ Status Extractor::Extract(std::string_view text, std::string_view reference,
     *asChar = k;
     *asUtf16 = engineText.utf16Start[k];
   };
-  for (const RESULT_ETS* r = list.get(); r != nullptr; r = r->next) {
+  out->items.reserve(found.size());
+  for (size_t k = 0; k < found.size(); ++k) {
+    const RESULT_ETS& r = found[k].node;
     ekr_result e{};
-    e.is_span = r->spanFlag != 0 ? 1 : 0;
-    e.start = Moment(r->startTime, r->startFlags);
-    e.end = e.is_span ? Moment(r->endTime, r->endFlags) : e.start;
-    e.cycle = CycleOfFlags(*r);
-    int32_t beginByte, endByte;
-    MarkedBytes(*r, length, &beginByte, &endByte);
-    position(beginByte, &e.begin_byte, &e.begin_char, &e.begin_utf16);
-    position(endByte, &e.end_byte, &e.end_char, &e.end_utf16);
+    e.is_span = r.spanFlag != 0 ? 1 : 0;
+    e.start = Moment(r.startTime, r.startFlags);
+    e.end = e.is_span ? Moment(r.endTime, r.endFlags) : e.start;
+    e.cycle = CycleOfFlags(r);
+    position(chars[2 * k], &e.begin_byte, &e.begin_char, &e.begin_utf16);
+    position(chars[2 * k + 1], &e.end_byte, &e.end_char, &e.end_utf16);
     out->items.push_back(e);
   }
-  const std::string map = RemovalMap(cp949, length, list.get(), dicts_.words);
-  out->content = KeptUtf8(text, engineText, map);
+  out->content =
+      KeptUtf8(text, engineText, RemovalMap(cp949, length, found, words_, wordIndex_.get()));
   return {};
 }
 

@@ -50,7 +50,7 @@ class Extractor {
   // The set compiled into the library.
   static Status OpenDefault(std::unique_ptr<Extractor>* out);
 
-  ~Extractor();
+  ~Extractor() = default;
   Extractor(const Extractor&) = delete;
   Extractor& operator=(const Extractor&) = delete;
 
@@ -62,7 +62,10 @@ class Extractor {
   Extractor() = default;
 
   std::unique_ptr<BTrie, TrieDeleter> tries_[4];
-  DicHanddle* words_ = nullptr;
+  std::unique_ptr<ChainIndex> indexes_[4];
+  std::string wordText_;
+  WordList words_;  // views into wordText_
+  std::unique_ptr<WordIndex> wordIndex_;
   LoadedDictionaries dicts_;
 };
 

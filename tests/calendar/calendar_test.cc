@@ -107,6 +107,45 @@ TEST(Date2Sec, FarYearsStayFiniteAndDefined) {
   date2Sec(&big);  // must not trap under the sanitizers
 }
 
+// The conversion as plainly as it can be said: years, then months, walked
+// one at a time from 1970.  The library counts them in closed form.
+ETI_TM WalkedDate(int64_t t) {
+  ETI_TM r{};
+  r.tm_sec = static_cast<int32_t>(t % 60);
+  r.tm_min = static_cast<int32_t>((t / 60) % 60);
+  r.tm_hour = static_cast<int32_t>((t / 3600) % 24);
+  int64_t days = t / 86400;
+  r.tm_wday = static_cast<int32_t>((days + 4) % 7);
+  const auto leap = [](int64_t y) { return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0; };
+  int64_t year = 1970;
+  while (days >= (leap(year) ? 366 : 365)) days -= leap(year++) ? 366 : 365;
+  r.tm_year = static_cast<int32_t>(year - 1900);
+  r.tm_yday = static_cast<int32_t>(days);
+  const int lengths[12] = {31, leap(year) ? 29 : 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  int month = 0;
+  while (month < 11 && days >= lengths[month]) days -= lengths[month++];
+  r.tm_mon = month;
+  r.tm_mday = static_cast<int32_t>(days + 1);
+  return r;
+}
+
+TEST(Sec2Date, AgreesWithTheYearByYearWalk) {
+  std::mt19937_64 random(9);
+  for (int round = 0; round < 200000; ++round) {
+    // Mostly the years the engine meets, some far off, some before 1970.
+    const int64_t span = round % 10 == 0 ? int64_t{400} * 366 * 86400 : int64_t{120} * 366 * 86400;
+    const int64_t t = static_cast<int64_t>(random() % static_cast<uint64_t>(span)) -
+                      (round % 7 == 0 ? 86400 * 40 : 0);
+    const ETI_TM got = *sec2Date(&t);
+    const ETI_TM want = WalkedDate(t);
+    ASSERT_EQ(std::vector<int32_t>({got.tm_sec, got.tm_min, got.tm_hour, got.tm_mday, got.tm_mon,
+                                    got.tm_year, got.tm_wday, got.tm_yday, got.tm_isdst}),
+              std::vector<int32_t>({want.tm_sec, want.tm_min, want.tm_hour, want.tm_mday,
+                                    want.tm_mon, want.tm_year, want.tm_wday, want.tm_yday, 0}))
+        << "t = " << t;
+  }
+}
+
 TEST(Calendar, MonthLengths) {
   const struct {
     int year, month, days;

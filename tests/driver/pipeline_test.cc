@@ -1,15 +1,18 @@
-// The pipeline's result loop and mark mapping, driven with hand-made
-// restored records.
+// The pipeline's result loop and the mapping of what expressions cover,
+// driven with hand-made restored records, and checked against per-byte
+// reference forms.
 #include "driver/pipeline.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <random>
 #include <string>
 #include <vector>
 
 #include "interpret/dtinfo.h"
+#include "interpret/marks.h"
 #include "support/dict_builder.h"
 
 namespace eti::testing {
@@ -26,8 +29,8 @@ struct Rec {
   int from = 0, to = 0;  // marked bytes
 };
 
-// A restored list from hand-made records.
-DTINFO* List(const std::vector<Rec>& recs) {
+// A restored list from hand-made records, with what each covers.
+DTINFO* List(const std::vector<Rec>& recs, std::vector<Marks>* marks) {
   DTINFO* head = nullptr;
   DTINFO** link = &head;
   for (const Rec& r : recs) {
@@ -48,8 +51,8 @@ DTINFO* List(const std::vector<Rec>& recs) {
     d->hasDate = r.flags[0];
     d->hasTime = r.flags[1];
     d->hasAmPm = r.flags[2];
-    d->compoundMarks = static_cast<int32_t*>(std::calloc(kLength, sizeof(int32_t)));
-    for (int k = r.from; k < r.to; ++k) d->compoundMarks[k] = 1;
+    marks->emplace_back();
+    AppendRun(&marks->back(), r.from, r.to, 1);
     *link = d;
     link = &d->next;
   }
@@ -61,31 +64,29 @@ std::string Flags(const uint8_t* f) {
 }
 
 // "span start/flags-end/flags [from,to)" per result.
-std::string Show(RESULT_ETS* results) {
+std::string Show(const std::vector<Found>& results) {
   std::string out;
-  for (RESULT_ETS* r = results; r != nullptr; r = r->next) {
+  for (const Found& f : results) {
+    const RESULT_ETS* r = &f.node;
     if (!out.empty()) out += " | ";
-    int from = -1, to = -1;
-    for (int k = 0; k < kLength; ++k) {
-      if (r->marks[k] == 1) {
-        if (from == -1) from = k;
-        to = k + 1;
-      }
-    }
+    int32_t from, to;
+    MarkedBytes(f, &from, &to);
     out += std::to_string(r->spanFlag) + " " + r->startTime + "/" + Flags(r->startFlags);
     out += r->spanFlag ? "-" + std::string(r->endTime) + "/" + Flags(r->endFlags) : "";
     out += " [" + std::to_string(from) + "," + std::to_string(to) + ")";
   }
-  FreeRESULT_ETS(results);
   return out;
 }
 
-std::string Build(const std::vector<Rec>& recs) {
-  DTINFO* list = List(recs);
-  const std::string out = Show(BuildResults(list, kLength, kLength, nullptr));
+std::vector<Found> BuildFrom(const std::vector<Rec>& recs) {
+  std::vector<Marks> marks;
+  DTINFO* list = List(recs, &marks);
+  std::vector<Found> out = BuildResults(list, marks, InputMap(nullptr, kLength, kLength));
   Free_DTINFO(list);
   return out;
 }
+
+std::string Build(const std::vector<Rec>& recs) { return Show(BuildFrom(recs)); }
 
 Rec Moment(int y, int m, int d, int h, int duration, int from, int to) {
   Rec r;
@@ -159,13 +160,10 @@ TEST(ResultLoop, EachPath) {
 TEST(ResultLoop, RepeatFlagsAndWeekLengths) {
   Rec weekly = Moment(2024, 5, 20, U, U, 0, 2);
   weekly.repeatWeek = 1;
-  DTINFO* list = List({weekly});
-  RESULT_ETS* r = BuildResults(list, kLength, kLength, nullptr);
-  ASSERT_NE(r, nullptr);
-  EXPECT_EQ(r->repeatFlags[2], 1);
-  EXPECT_EQ(r->repeatFlags[0], 0);  // unset fields give 0
-  FreeRESULT_ETS(r);
-  Free_DTINFO(list);
+  const std::vector<Found> r = BuildFrom({weekly});
+  ASSERT_EQ(r.size(), 1u);
+  EXPECT_EQ(r[0].node.repeatFlags[2], 1);
+  EXPECT_EQ(r[0].node.repeatFlags[0], 0);  // unset fields give 0
 
   Rec twoWeeks;  // a length of two weeks after an open start
   twoWeeks.week = 2;
@@ -176,9 +174,49 @@ TEST(ResultLoop, RepeatFlagsAndWeekLengths) {
             "1 20240501100000/110-20240514100000/100 [0,6)");
 }
 
-std::string MarksOf(const std::string& text, const std::vector<int32_t>& marks) {
+// The mark mapping one byte at a time, as plainly as it can be said: the
+// reference that InputMap is checked against.
+void ReferenceMapMarks(const int32_t* normalised, int32_t w, const retTypeBBT* replacements,
+                       int32_t* out, int32_t n) {
+  if (replacements == nullptr) {
+    for (int32_t k = 0; k < n && k < w; ++k) out[k] = normalised[k];
+    return;
+  }
+  const retTypeBBT* r = replacements;
+  int32_t i = 0, j = 0;
+  while (i < w && j < n) {
+    if (r != nullptr && j == r->startPos) {
+      const int32_t a = static_cast<int32_t>(std::strlen(r->text));
+      const int32_t b = static_cast<int32_t>(std::strlen(r->value));
+      if (b < a) {
+        ++i;
+        const int32_t mark = i < w ? normalised[i] : 0;
+        for (int32_t k = 0; k < a - b && j + k < n; ++k) out[j + k] = mark;
+        j += a - b;
+      } else {
+        i += b - a + 1;
+      }
+      r = r->next;
+      continue;
+    }
+    if (i < w && normalised[i] == 1) out[j] = 1;
+    ++i;
+    ++j;
+  }
+}
+
+std::string MarksText(const std::vector<int32_t>& marks) {
   std::string out;
-  for (size_t k = 0; k < text.size(); ++k) out += marks[k] ? '1' : '0';
+  for (int32_t m : marks) out += m ? '1' : '0';
+  return out;
+}
+
+std::vector<int32_t> Mapped(const retTypeBBT* hits, const std::vector<int32_t>& norm,
+                            int32_t n) {
+  const InputMap map(hits, n, static_cast<int32_t>(norm.size()));
+  std::vector<int32_t> out(static_cast<size_t>(n), 0);
+  PaintMarks(map.Map(MarksOfArray(norm.data(), static_cast<int32_t>(norm.size()))), out.data(),
+             n);
   return out;
 }
 
@@ -207,13 +245,105 @@ TEST(MarkMapping, FollowsReplacementsThatShrinkAndGrow) {
     ASSERT_NE(at, std::string::npos) << c.text;
     std::vector<int32_t> norm(normalised.size(), 0);
     for (size_t k = at; k < at + marked.size(); ++k) norm[k] = 1;
-    std::vector<int32_t> out(input.size() + 4, 0);
-    MapMarks(norm.data(), static_cast<int32_t>(norm.size()), hits, out.data(),
-             static_cast<int32_t>(input.size()));
     std::string expected = c.expected;
     expected.resize(input.size(), '0');
-    EXPECT_EQ(MarksOf(input, out), expected) << c.text << " / " << c.markedUtf8;
+    EXPECT_EQ(MarksText(Mapped(hits, norm, static_cast<int32_t>(input.size()))), expected)
+        << c.text << " / " << c.markedUtf8;
     ETI_free_retTypeBBT(&hits);
+  }
+}
+
+TEST(MarkMapping, AgreesWithTheByteByByteMappingOnRandomReplacements) {
+  std::mt19937 random(7);
+  for (int round = 0; round < 3000; ++round) {
+    // Replacements of random lengths at random places of an input of n
+    // bytes, and random runs of 1 over the normalised text they make.
+    const int32_t n = static_cast<int32_t>(random() % 40);
+    retTypeBBT* hits = nullptr;
+    retTypeBBT** link = &hits;
+    int32_t w = 0;
+    for (int32_t j = 0; j < n;) {
+      const int32_t a = 1 + static_cast<int32_t>(random() % 5);
+      if (random() % 3 == 0 && j + a <= n) {
+        const int32_t b = 1 + static_cast<int32_t>(random() % 6);
+        auto* h = static_cast<retTypeBBT*>(std::calloc(1, sizeof(retTypeBBT)));
+        h->startPos = j;
+        h->text = strdup(std::string(static_cast<size_t>(a), 'x').c_str());
+        h->value = strdup(std::string(static_cast<size_t>(b), 'y').c_str());
+        *link = h;
+        link = &h->next;
+        w += 1 + b;
+        j += a;
+      } else {
+        ++w;
+        ++j;
+      }
+    }
+    if (random() % 4 == 0) w = std::max(0, w - static_cast<int32_t>(random() % 3));  // a cut line feed
+    std::vector<int32_t> norm(static_cast<size_t>(w), 0);
+    for (int32_t& m : norm) m = random() % 3 == 0 ? 1 : 0;
+    std::vector<int32_t> expected(static_cast<size_t>(n), 0);
+    ReferenceMapMarks(norm.data(), w, hits, expected.data(), n);
+    ASSERT_EQ(MarksText(Mapped(hits, norm, n)), MarksText(expected)) << "round " << round;
+    ETI_free_retTypeBBT(&hits);
+  }
+}
+
+TEST(Marks, RunsAgreeWithPerByteArrays) {
+  std::mt19937 random(11);
+  const auto array = [&](int32_t n, int values) {
+    std::vector<int32_t> a(static_cast<size_t>(n));
+    for (int32_t& v : a) v = random() % 3 == 0 ? static_cast<int32_t>(random() % values) : 0;
+    return a;
+  };
+  for (int round = 0; round < 2000; ++round) {
+    const int32_t n = static_cast<int32_t>(random() % 30);
+    const std::vector<int32_t> a = array(n, 4), b = array(n, 4);
+    const Marks ma = MarksOfArray(a.data(), n), mb = MarksOfArray(b.data(), n);
+    std::vector<int32_t> back(static_cast<size_t>(n), 0);
+    PaintMarks(ma, back.data(), n);
+    ASSERT_EQ(back, a);
+
+    // Overlay: b's nonzero marks painted over a's.
+    Marks over = ma;
+    Overlay(&over, mb);
+    std::vector<int32_t> expected = a;
+    for (int32_t k = 0; k < n; ++k) {
+      if (b[k] != 0) expected[k] = b[k];
+    }
+    std::fill(back.begin(), back.end(), 0);
+    PaintMarks(over, back.data(), n);
+    ASSERT_EQ(back, expected) << "round " << round;
+    ASSERT_EQ(over, MarksOfArray(expected.data(), n)) << "runs stay joined, round " << round;
+
+    // The union of ones is what combineMarks makes.
+    int32_t* combined = combineMarks(a.data(), b.data(), n);
+    std::fill(back.begin(), back.end(), 0);
+    PaintMarks(UnionOfOnes(ma, mb), back.data(), n);
+    ASSERT_EQ(back, std::vector<int32_t>(combined, combined + n)) << "round " << round;
+    std::free(combined);
+  }
+}
+
+TEST(Marks, CharacterIndexesInOneWalk) {
+  std::mt19937 random(3);
+  for (int round = 0; round < 500; ++round) {
+    std::string text;
+    const int length = static_cast<int>(random() % 20);
+    for (int k = 0; k < length; ++k) {
+      const unsigned v = random() % 4;
+      text.push_back(v == 0 ? 'a' : v == 1 ? ' ' : static_cast<char>(0xB0 + random() % 8));
+    }
+    std::vector<int32_t> positions;
+    for (int k = 0; k < 6; ++k) positions.push_back(static_cast<int32_t>(random() % 24) - 1);
+    std::vector<int32_t> got = positions;
+    std::vector<int32_t*> requests;
+    for (int32_t& p : got) requests.push_back(&p);
+    CharIndexes(text.c_str(), requests);
+    for (size_t k = 0; k < positions.size(); ++k) {
+      ASSERT_EQ(got[k], charIndex(text.c_str(), positions[k]))
+          << "position " << positions[k] << " round " << round;
+    }
   }
 }
 

@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <random>
 #include <memory>
 #include <string>
 
@@ -136,6 +140,41 @@ TEST(ConvStrToDTINFO, WeeksOfTheMonthTurnOverOnMondays) {
     DtPtr r(ConvStrToDTINFO(c.ref));
     ASSERT_NE(r, nullptr);
     EXPECT_EQ(r->week, c.week) << c.ref;
+  }
+}
+
+// Each field printed with "%0*d" where it stands, the next one written over
+// what a wide value spilled: the plain form the formatter is checked against.
+std::string PrintfTimeString(const int32_t (&f)[6]) {
+  char scratch[32];
+  const int width[6] = {4, 2, 2, 2, 2, 2};
+  const int pos[6] = {0, 4, 6, 8, 10, 12};
+  for (int k = 0; k < 6; ++k) {
+    if (f[k] == U) {
+      std::memcpy(scratch + pos[k], "FFFF", width[k]);
+      scratch[pos[k] + width[k]] = '\0';
+    } else {
+      std::snprintf(scratch + pos[k], sizeof(scratch) - pos[k], "%0*d", width[k], f[k]);
+    }
+  }
+  return std::string(scratch, 14);
+}
+
+TEST(DT2Char, WritesWhatPrintfWouldEvenOutOfRange) {
+  std::mt19937 random(5);
+  const int32_t edges[] = {0, 1, 9, 10, 99, 100, 999, 2024, 9999, 10000, -1, -9, -10, -100,
+                           2147483647, -2147483647 - 1, U};
+  for (int round = 0; round < 20000; ++round) {
+    int32_t f[6];
+    for (int32_t& v : f) {
+      const unsigned pick = random() % 4;
+      v = pick == 0 ? edges[random() % std::size(edges)]
+          : pick == 1 ? static_cast<int32_t>(random())
+                      : static_cast<int32_t>(random() % 200) - 50;
+    }
+    char out[15];
+    eti::FormatTimeString(f[0], f[1], f[2], f[3], f[4], f[5], out);
+    ASSERT_EQ(std::string(out), PrintfTimeString(f)) << f[0] << " " << f[1] << " " << f[2];
   }
 }
 

@@ -98,6 +98,47 @@ TEST(Session, SameAnswersOnGeneratedTexts) {
   }
 }
 
+// Corpus sentences, spellings that normalisation rewrites and numeric forms,
+// joined with blanks and commas into a text of at least `bytes` bytes.
+std::string LongText(size_t bytes, unsigned seed) {
+  std::vector<std::string> pieces = {"다음 주 화요일 3시", "낼", "이번 달 초", "한 시간",
+                                     "추석", "3-1", "7월 13일부터 15일까지", "매주 월요일"};
+  for (const std::string& f :
+       tools::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
+    for (const Case& c : ReadCases("corpus/ko/" + f)) pieces.push_back(c.text);
+  }
+  std::mt19937 random(seed);
+  const char* joins[] = {" ", ", ", ". ", "  "};
+  std::string text;
+  while (text.size() < bytes) text += pieces[random() % pieces.size()] + joins[random() % 4];
+  return text;
+}
+
+TEST(Session, SameAnswersOnLongTexts) {
+  const ExtractorPtr ex = OpenSet(KoreanSet());
+  for (const size_t bytes : {10u << 10, 40u << 10}) {
+    const std::string text = LongText(bytes, static_cast<unsigned>(bytes));
+    ExpectSameAnswer(ex.get(), KoreanSet(), text, "202405151030",
+                     "long text of " + std::to_string(text.size()) + " bytes");
+  }
+  // 100 KB: every position slices the text, in order, and the content is
+  // the text less what the expressions took.
+  const std::string text = LongText(100 << 10, 7);
+  ResultsPtr r = SessionExtract(ex.get(), text, "202405151030");
+  ASSERT_NE(r, nullptr);
+  EXPECT_GT(ekr_results_count(r.get()), 1000u);
+  size_t covered = 0;
+  for (size_t i = 0; i < ekr_results_count(r.get()); ++i) {
+    const ekr_result* e = ekr_results_at(r.get(), i);
+    ASSERT_GE(e->begin_byte, 0);
+    ASSERT_LE(e->begin_byte, e->end_byte);
+    ASSERT_LE(e->end_byte, static_cast<int32_t>(text.size()));
+    covered += static_cast<size_t>(e->end_byte - e->begin_byte);
+  }
+  EXPECT_LT(std::strlen(ekr_results_content(r.get())), text.size());
+  EXPECT_GT(covered, text.size() / 10);
+}
+
 // Every character CP949 cannot hold in a UTF-8 text, replaced by a tab.
 std::string WithTabs(const std::string& utf8) {
   std::string out;

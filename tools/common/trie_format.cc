@@ -87,6 +87,9 @@ std::string WriteTrieNodes(const std::vector<TrieNode>& nodes) {
     PutU32(&blob, 8 + 4 * n + 4 * i, static_cast<uint32_t>(node.child));
     PutU32(&blob, 8 + 8 * n + 4 * i, it->second);
   }
+  // One more NUL closes the pool, so that a loader sees with one test that
+  // every string starting below its last byte ends inside it.
+  if (n > 0) pool.push_back('\0');
   PutU32(&blob, 4, static_cast<uint32_t>(pool.size()));
   return blob + pool;
 }

@@ -11,6 +11,10 @@
 //   8+8N     labelOffset[N]  offset of node i's strings in the pool
 //   8+12N    pool[S]         label NUL value NUL, per node
 //
+// The writer ends the pool with one more NUL.  A loader that finds the pool
+// ending in two NULs knows that every label offset below S - 1 starts a
+// label and a value that both end inside the pool, without reading them.
+//
 // A key is spelled by the labels from a top-level node down; node 0 opens
 // the top-level sibling chain.  A non-empty value marks the end of an entry.
 //

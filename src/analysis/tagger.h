@@ -1,0 +1,42 @@
+// Tagger: StackFinder, GetTypeFromBBT, the three recognisers, MakeTagStruct
+// and Free_RETTAGS are exported (extractor_kr/stages.h).  The engine tags
+// into an arena of its run: the tokens live exactly as long as the pattern
+// search that reads them, and are let go all at once.
+#ifndef EXTRACTOR_KR_ANALYSIS_TAGGER_H_
+#define EXTRACTOR_KR_ANALYSIS_TAGGER_H_
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+#include "extractor_kr/stages.h"
+
+namespace eti {
+
+// Memory handed out in order and given back all at once.
+class Arena {
+ public:
+  Arena() = default;
+  Arena(const Arena&) = delete;
+  Arena& operator=(const Arena&) = delete;
+
+  // `n` bytes aligned for any record.
+  void* Get(size_t n);
+
+ private:
+  // The first few kilobytes live in the arena itself, which is enough for
+  // the tokens of a message; longer texts take blocks from the heap.
+  alignas(std::max_align_t) char first_[4096];
+  std::vector<std::unique_ptr<char[]>> blocks_;
+  char* at_ = first_;
+  size_t left_ = sizeof(first_);
+  size_t next_ = 8192;  // the size of the next block; doubles up to 64 KB
+};
+
+// GetTypeFromBBT with every token, its text and its attributes taken from
+// `arena`; the tokens must not be freed with Free_RETTAGS.
+RETTAGS* TagInArena(const char* text, const BTrie* trie, Arena* arena);
+
+}  // namespace eti
+
+#endif  // EXTRACTOR_KR_ANALYSIS_TAGGER_H_
