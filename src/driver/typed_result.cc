@@ -45,16 +45,15 @@ void CharIndexes(const char* text, std::vector<int32_t*> positions) {
   // character count there.
   int32_t pos = 0;
   int32_t wide = 0;
-  bool ended = false;
+  bool stopped = false;  // the walk reached the text's end
   for (int32_t* p : positions) {
     const int32_t bytePos = *p;
-    while (!ended && pos < bytePos) {
+    while (!stopped && pos < bytePos) {
       const unsigned char c = static_cast<unsigned char>(text[pos]);
       if (c == '\0') {
-        ended = true;
-        break;
-      }
-      if (c >= 0x80) {
+        stopped = true;
+      } else if (c >= 0x80) {
+        stopped = text[pos + 1] == '\0';  // a lead byte at the very end
         pos += 2;
         ++wide;
       } else {
@@ -63,8 +62,8 @@ void CharIndexes(const char* text, std::vector<int32_t*> positions) {
     }
     if (bytePos <= 0) {
       *p = bytePos;
-    } else if (ended && pos < bytePos) {
-      *p = pos - wide;
+    } else if (pos < bytePos) {
+      *p = pos - wide;  // a position past the text's end
     } else {
       *p = bytePos - wide;
     }
@@ -113,8 +112,12 @@ int32_t charIndex(const char* text, int32_t bytePos) {
     const unsigned char c = static_cast<unsigned char>(text[pos]);
     if (c == '\0') return pos - wide;  // a position past the text's end
     if (c >= 0x80) {
+      // A lead byte at the very end steps over the terminator: whatever
+      // lies beyond is not the text's.
+      const bool last = text[pos + 1] == '\0';
       pos += 2;
       ++wide;
+      if (last && pos < bytePos) return pos - wide;
     } else {
       pos += 1;
     }
