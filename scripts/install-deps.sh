@@ -8,7 +8,7 @@ set -euo pipefail
 packages=(cmake make g++ openjdk-17-jdk-headless nlohmann-json3-dev)
 if [ "${1:-all}" != "build" ]; then
   packages+=(
-    libgtest-dev googletest libbenchmark-dev pkg-config
+    libgtest-dev googletest libbenchmark-dev pkg-config junit5
     g++-aarch64-linux-gnu qemu-user
     clang libclang-rt-14-dev valgrind
   )

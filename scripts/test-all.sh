@@ -44,6 +44,15 @@ cmake --build build/aarch64 -j"$jobs"
 file build/aarch64/libentityextractor_kr.textmining.quenby.so
 (cd build/aarch64 && ctest --output-on-failure -j"$jobs")
 
+step "the jar with the native libraries of both platforms"
+cmake -S . -B build/release \
+  -DEXTRACTOR_KR_AARCH64_LIBRARY="$root/build/aarch64/libentityextractor_kr.textmining.quenby.so" \
+  >/dev/null
+cmake --build build/release -j"$jobs" --target extractor_kr_jar junit_test_classes
+jar tf build/release/extractor-kr.jar | grep 'extractorkr/native/.*\.so$'
+[ "$(jar tf build/release/extractor-kr.jar | grep -c 'extractorkr/native/linux-.*\.so$')" = 2 ]
+(cd build/release && ctest --output-on-failure -R '^java_')
+
 step "fuzz targets (libFuzzer, clang, ASan + UBSan), a short run each"
 cmake -S . -B build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
   -DCMAKE_CXX_COMPILER=clang++ -DEXTRACTOR_KR_FUZZ=ON -DEXTRACTOR_KR_TESTS=OFF \

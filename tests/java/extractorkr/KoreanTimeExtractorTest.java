@@ -1,0 +1,266 @@
+package extractorkr;
+
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
+import static org.junit.jupiter.api.Assertions.assertThrows;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import java.nio.charset.Charset;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.Paths;
+import java.time.LocalDate;
+import java.time.LocalDateTime;
+import java.time.Period;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.OptionalInt;
+import java.util.concurrent.ExecutorService;
+import java.util.concurrent.Executors;
+import java.util.concurrent.Future;
+import java.util.regex.Matcher;
+import java.util.regex.Pattern;
+import java.util.stream.Collectors;
+import java.util.stream.Stream;
+import org.junit.jupiter.api.AfterAll;
+import org.junit.jupiter.api.BeforeAll;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+import zelk.tarn.tm.wisp.service.entity.ExtractorKr;
+
+/**
+ * The Java library against the jar alone: positions in UTF-16 units, java.time values, the same
+ * answers as the whole-call JNI method, threads, and every exception it documents.
+ */
+class KoreanTimeExtractorTest {
+  private static final LocalDateTime REF = LocalDateTime.of(2024, 5, 15, 10, 30);
+  private static final Path DICTS = Paths.get(System.getProperty("extractorkr.test.dicts"));
+  private static final Path CORPUS = Paths.get(System.getProperty("extractorkr.test.corpus"));
+  private static KoreanTimeExtractor extractor;
+
+  @BeforeAll
+  static void open() {
+    extractor = KoreanTimeExtractor.openDefault();
+  }
+
+  @AfterAll
+  static void close() {
+    extractor.close();
+  }
+
+  private static TimeExpression only(String text) {
+    List<TimeExpression> found = extractor.extract(text, REF).expressions();
+    assertEquals(1, found.size(), text + " -> " + found);
+    return found.get(0);
+  }
+
+  @Test
+  void positionsAreUtf16IndexesIntoTheStringGiven() {
+    String[][] cases = {
+      // text, the expression it holds
+      {"🎉 내일 오후 3시에 봐", "내일 오후 3시"},
+      {"내일 오후 3시에 봐 🎉", "내일 오후 3시"},
+      {"𠀀𠀀 5월 20일에 회의", "5월 20일"},
+      {"내일😀3시에 봐요", "내일😀3시"}, // read as if the emoji were a blank
+      {"\uD800 내일 오후 3시", "내일 오후 3시"}, // an unpaired surrogate is a character too
+      {"👍🏽🇰🇷 다음 주 화요일 10시 회의", "다음 주 화요일 10시"},
+    };
+    for (String[] c : cases) {
+      TimeExpression t = only(c[0]);
+      assertEquals(c[1], c[0].substring(t.beginIndex(), t.endIndex()), c[0]);
+      assertEquals(c[1], t.text(), c[0]);
+    }
+    TimeExpression t = only("🎉 내일 오후 3시에 봐");
+    assertEquals(3, t.beginIndex());
+    assertEquals(11, t.endIndex());
+    assertEquals("🎉    봐", extractor.extract("🎉 내일 오후 3시에 봐", REF).content());
+  }
+
+  @Test
+  void spansOpenEndsCyclesAndPartialDates() {
+    TimeExpression span = only("7월 13일부터 15일까지 휴가");
+    assertTrue(span.isSpan());
+    assertEquals(LocalDate.of(2024, 7, 13), span.start().date().orElseThrow());
+    assertEquals(LocalDate.of(2024, 7, 15), span.end().date().orElseThrow());
+    assertEquals(OptionalInt.empty(), span.start().hour());
+    assertFalse(span.start().toLocalDateTime().isPresent());
+    assertTrue(span.hasDate());
+    assertFalse(span.hasTime());
+
+    TimeExpression until = only("금요일까지 보내주세요");
+    assertTrue(until.isSpan());
+    assertTrue(until.start().isOpen());
+    assertEquals("(open)", until.start().toString());
+    assertEquals(LocalDate.of(2024, 5, 17), until.end().date().orElseThrow());
+
+    TimeExpression weekly = only("매주 월요일 10시 회의");
+    assertEquals(Period.ofDays(7), weekly.cycle().orElseThrow());
+    assertEquals(LocalDateTime.of(2024, 5, 20, 10, 0), weekly.start().toLocalDateTime().get());
+    assertEquals(weekly.start(), weekly.end());
+    assertFalse(weekly.isSpan());
+    assertEquals(Period.ofMonths(1), only("매달 1일").cycle().orElseThrow());
+
+    TimeExpression afternoon = only("내일 오후 3시에 만나요");
+    assertTrue(afternoon.hasAmPm());
+    assertEquals(OptionalInt.of(0), afternoon.start().minute());
+    assertFalse(afternoon.cycle().isPresent());
+    assertEquals("내일 오후 3시 [0,8) 2024-05-16T15:00", afternoon.toString());
+
+    assertTrue(extractor.extract("아무 일 없음", REF).expressions().isEmpty());
+    assertEquals("아무 일 없음, 그냥", extractor.extract("아무 일 없음, 그냥", REF).content());
+  }
+
+  /** The whole-call JNI method's answers, in the compact form of the corpus files. */
+  private static final Pattern ELEMENT =
+      Pattern.compile(
+          "\\{\"resultType\":\"(\\d)\",\"startTime\":\"([\\w-]+)\",\"endTime\":\"([\\w-]+)\","
+              + "\"beginIndex\":\"(-?\\d+)\",\"endIndex\":\"(-?\\d+)\","
+              + "\"content\":\"((?:[^\"\\\\]|\\\\.)*)\",\"inputInformStart\":\"(\\d+)\","
+              + "\"inputInformEnd\":\"(\\d+)\",\"cycle\":\"(\\d+)\"\\}");
+
+  private static String time(PartialDateTime p) {
+    StringBuilder s = new StringBuilder();
+    OptionalInt[] f = {p.year(), p.month(), p.day(), p.hour(), p.minute(), p.second()};
+    for (int k = 0; k < 6; ++k) {
+      int width = k == 0 ? 4 : 2;
+      s.append(
+          f[k].isPresent() ? String.format("%0" + width + "d", f[k].getAsInt()) : "FFFF".substring(0, width));
+    }
+    return s.toString();
+  }
+
+  private static String cycle(TimeExpression t) {
+    if (!t.cycle().isPresent()) return "00000000000000";
+    Period p = t.cycle().get();
+    if (p.getYears() == 1) return "00010000000000";
+    if (p.getMonths() == 1) return "00000100000000";
+    return p.getDays() == 7 ? "00000007000000" : "00000001000000";
+  }
+
+  @Test
+  void sameAnswersAsTheWholeCallMethodOnTheCorpus() throws Exception {
+    Charset ms949 = Charset.forName("MS949");
+    byte[][] d = new byte[6][];
+    for (int k = 0; k < 6; ++k) {
+      d[k] = Files.readAllBytes(DICTS.resolve(KoreanTimeExtractor.DICTIONARY_FILES[k]));
+    }
+    ExtractorKr whole = new ExtractorKr();
+    List<Path> files;
+    try (Stream<Path> s = Files.list(CORPUS)) {
+      files = s.filter(p -> p.toString().endsWith(".tsv")).sorted().collect(Collectors.toList());
+    }
+    int checked = 0;
+    for (Path file : files) {
+      for (String line : Files.readAllLines(file)) {
+        if (line.isEmpty() || line.startsWith("#")) continue;
+        String[] cols = line.split("\t", -1);
+        String ref = cols[0];
+        String text = cols[1];
+        byte[] json =
+            whole.getTimeInfo_native(text.getBytes(ms949), d[0], d[1], d[2], d[3], d[4], d[5], ref);
+        Matcher m = ELEMENT.matcher(new String(json, ms949));
+        LocalDateTime reference =
+            LocalDateTime.of(
+                Integer.parseInt(ref.substring(0, 4)),
+                Integer.parseInt(ref.substring(4, 6)),
+                Integer.parseInt(ref.substring(6, 8)),
+                Integer.parseInt(ref.substring(8, 10)),
+                Integer.parseInt(ref.substring(10, 12)));
+        Extraction e = extractor.extract(text, reference);
+        int k = 0;
+        while (m.find()) {
+          String where = file.getFileName() + ": " + text;
+          TimeExpression t = e.expressions().get(k++);
+          assertEquals(m.group(1).equals("2"), t.isSpan(), where);
+          assertEquals(m.group(2), time(t.start()), where);
+          assertEquals(m.group(3), time(t.end()), where);
+          assertEquals(Integer.parseInt(m.group(4)), t.beginIndex(), where);
+          assertEquals(Integer.parseInt(m.group(5)), t.endIndex(), where);
+          assertEquals(m.group(6).replace("\\\"", "\""), e.content(), where);
+          assertEquals(m.group(9), cycle(t), where);
+        }
+        assertEquals(k, e.expressions().size(), text);
+        ++checked;
+      }
+    }
+    assertTrue(checked >= 300, "corpus sentences checked: " + checked);
+  }
+
+  @Test
+  void eightThreadsShareOneExtractor() throws Exception {
+    List<String> texts = new ArrayList<>();
+    try (Stream<Path> s = Files.list(CORPUS)) {
+      for (Path p : s.filter(p -> p.toString().endsWith(".tsv")).collect(Collectors.toList())) {
+        for (String line : Files.readAllLines(p)) {
+          if (!line.isEmpty() && !line.startsWith("#")) texts.add(line.split("\t")[1]);
+        }
+      }
+    }
+    List<Extraction> expected = new ArrayList<>();
+    for (String t : texts) expected.add(extractor.extract(t, REF));
+    ExecutorService pool = Executors.newFixedThreadPool(8);
+    try {
+      List<Future<Integer>> results = new ArrayList<>();
+      for (int thread = 0; thread < 8; ++thread) {
+        final int offset = thread;
+        results.add(
+            pool.submit(
+                () -> {
+                  int wrong = 0;
+                  for (int round = 0; round < 5; ++round) {
+                    for (int k = 0; k < texts.size(); ++k) {
+                      int i = (k + offset * 37) % texts.size();
+                      if (!extractor.extract(texts.get(i), REF).equals(expected.get(i))) ++wrong;
+                    }
+                  }
+                  return wrong;
+                }));
+      }
+      for (Future<Integer> f : results) assertEquals(0, f.get());
+    } finally {
+      pool.shutdown();
+    }
+  }
+
+  @Test
+  void everyExceptionItDocuments(@TempDir Path tmp) throws Exception {
+    assertThrows(NullPointerException.class, () -> extractor.extract(null, REF));
+    assertThrows(NullPointerException.class, () -> extractor.extract("내일", null));
+    assertThrows(NullPointerException.class, () -> KoreanTimeExtractor.open(null));
+    assertThrows(
+        IllegalArgumentException.class,
+        () -> extractor.extract("내일", LocalDateTime.of(1969, 12, 31, 23, 59)));
+    assertThrows(
+        IllegalArgumentException.class,
+        () -> extractor.extract("내일", LocalDateTime.of(2044, 1, 1, 0, 0)));
+    assertThrows(
+        IllegalArgumentException.class,
+        () -> extractor.extract("내일", LocalDateTime.of(-5, 1, 1, 0, 0)));
+    // 2043 is accepted; a moment past 2035 is not reported.
+    assertTrue(
+        extractor.extract("내일", LocalDateTime.of(2043, 12, 31, 23, 59)).expressions().isEmpty());
+    assertEquals(1, extractor.extract("내일", LocalDateTime.of(1970, 1, 1, 0, 0)).expressions().size());
+    assertThrows(IllegalArgumentException.class, () -> extractor.extract("내일\u0000 3시", REF));
+
+    DictionaryException missing =
+        assertThrows(DictionaryException.class, () -> KoreanTimeExtractor.open(tmp));
+    assertTrue(missing.getMessage().contains("settings.txt"), missing.getMessage());
+    for (String name : KoreanTimeExtractor.DICTIONARY_FILES) {
+      Files.copy(DICTS.resolve(name), tmp.resolve(name));
+    }
+    try (KoreanTimeExtractor fromDir = KoreanTimeExtractor.open(tmp)) {
+      assertEquals(
+          extractor.extract("매주 월요일 10시", REF), fromDir.extract("매주 월요일 10시", REF));
+    }
+    byte[] tags = Files.readAllBytes(tmp.resolve("tags.bin"));
+    Files.write(tmp.resolve("tags.bin"), java.util.Arrays.copyOf(tags, tags.length - 3));
+    DictionaryException malformed =
+        assertThrows(DictionaryException.class, () -> KoreanTimeExtractor.open(tmp));
+    assertTrue(malformed.getMessage().contains("tags.bin"), malformed.getMessage());
+
+    KoreanTimeExtractor closing = KoreanTimeExtractor.openDefault();
+    closing.close();
+    closing.close(); // harmless
+    assertThrows(IllegalStateException.class, () -> closing.extract("내일", REF));
+  }
+}
