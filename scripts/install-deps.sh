@@ -9,6 +9,9 @@ packages=(cmake make g++ openjdk-17-jdk-headless nlohmann-json3-dev)
 if [ "${1:-all}" != "build" ]; then
   packages+=(
     libgtest-dev googletest libbenchmark-dev pkg-config junit5
+    python3-dev python3-venv python3-pip python3-setuptools python3-wheel
+    pybind11-dev python3-pybind11 python3-pytest python3-hypothesis
+    python3-dask python3-distributed python3-pandas
     g++-aarch64-linux-gnu qemu-user
     clang libclang-rt-14-dev valgrind
   )

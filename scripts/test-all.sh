@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs every test: the release build with all tests (the JVM
 # tests, the soak, the valgrind leak check and the installed-copy consumer
-# among them), the same tests under AddressSanitizer and
+# among them), the Python package installed into a fresh virtual
+# environment with its tests, the same tests under AddressSanitizer and
 # UndefinedBehaviorSanitizer, the threaded tests under ThreadSanitizer, the
 # aarch64 cross build whose tests run under qemu-user, and a short run of
 # each fuzz target over its seeds and regression inputs.  Installs what the
@@ -20,6 +21,14 @@ step "release build and tests"
 cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build build/release -j"$jobs"
 (cd build/release && ctest --output-on-failure -j"$jobs")
+
+step "Python package, installed into a fresh virtual environment, and its tests"
+rm -rf build/pyenv
+/usr/bin/python3 -m venv --system-site-packages build/pyenv
+build/pyenv/bin/pip install --quiet --no-build-isolation --no-index ./python
+(cd build && EXTRACTOR_KR_DICTS="$root/build/release/dicts/ko" \
+  EXTRACTOR_KR_CLI="$root/build/release/tools/extractor-kr" \
+  pyenv/bin/python -m pytest -q -p no:cacheprovider "$root/python/tests")
 
 step "AddressSanitizer + UndefinedBehaviorSanitizer build and tests"
 cmake -S . -B build/asan -DCMAKE_BUILD_TYPE=RelWithDebInfo \

@@ -1,0 +1,14 @@
+"""Date and time expressions in Korean text.
+
+>>> import datetime
+>>> from extractor_kr import Extractor
+>>> with Extractor() as ex:
+...     e = ex.extract("내일 오후 3시에 강남역에서 만나요", datetime.datetime(2024, 5, 15, 10, 30))
+>>> [(t.text, t.start.datetime) for t in e.expressions]
+[('내일 오후 3시', datetime.datetime(2024, 5, 16, 15, 0))]
+"""
+
+from ._extractor import DictionaryError, Extractor
+from ._types import Extraction, PartialDateTime, TimeExpression
+
+__all__ = ["DictionaryError", "Extraction", "Extractor", "PartialDateTime", "TimeExpression"]
