@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "dict/btrie.h"
 #include "dict/chain_index.h"
 #include "extractor_kr/stages.h"
 #include "interpret/marks.h"
@@ -51,6 +52,25 @@ struct LoadedDictionaries {
   // Chain indexes of the four tries (replacements, tags, patterns, unit
   // sequences), each NULL where the tries are scanned.
   const ChainIndex* indexes[4] = {nullptr, nullptr, nullptr, nullptr};
+};
+
+// The set a whole call hands in, read for that call: the tries checked and
+// read where they lie (copied only when their integers are not aligned),
+// the settings and the word list read.  The blobs must outlive it.
+class CallDictionaries {
+ public:
+  CallDictionaries(const char* settings, const void* replacements, const void* tags,
+                   const void* patterns, const void* unitSequences, const char* words);
+  CallDictionaries(const CallDictionaries&) = delete;
+  CallDictionaries& operator=(const CallDictionaries&) = delete;
+
+  const LoadedDictionaries& get() const { return d_; }
+  const WordList& words() const { return words_; }
+
+ private:
+  CallTrie tries_[4];
+  WordList words_;
+  LoadedDictionaries d_;
 };
 
 // One result of a run: the fields of a pipeline result, and what it covers

@@ -43,6 +43,19 @@ bool AcceptReference(const char* refTime) {
          hour <= 24u && minute <= 60u;
 }
 
+CallDictionaries::CallDictionaries(const char* settings, const void* replacements,
+                                   const void* tags, const void* patterns,
+                                   const void* unitSequences, const char* words)
+    : tries_{CallTrie(replacements), CallTrie(tags), CallTrie(patterns), CallTrie(unitSequences)},
+      words_(SplitWordList(words)) {
+  ReadSettings(settings, &d_);
+  d_.replacements = tries_[0].get();
+  d_.tags = tries_[1].get();
+  d_.patterns = tries_[2].get();
+  d_.unitSequences = tries_[3].get();
+  d_.words = &words_;
+}
+
 }  // namespace eti
 
 extern "C" int32_t ETI_Main(const char* text, TYPED_RESULT** results,
@@ -53,24 +66,14 @@ extern "C" int32_t ETI_Main(const char* text, TYPED_RESULT** results,
   const int32_t textLength = static_cast<int32_t>(std::strlen(text));
   if (!eti::AcceptReference(refTime)) return -1;
 
-  // The set of this call, read where it lies (the tries checked, not
-  // copied, when their integers are aligned).
-  const eti::CallTrie replacements(a2), tags(a3), patterns(a4), units(a5);
-  const eti::WordList words = eti::SplitWordList(a6);
-  eti::LoadedDictionaries d;
-  eti::ReadSettings(settings, &d);
-  d.replacements = replacements.get();
-  d.tags = tags.get();
-  d.patterns = patterns.get();
-  d.unitSequences = units.get();
-  d.words = &words;
-
+  const eti::CallDictionaries set(settings, a2, a3, a4, a5, a6);
   int32_t overallType = 0;  // the driver has no use for it
   const std::vector<eti::Found> found =
-      eti::RunPipeline(text, textLength, refTime, d, &overallType);
+      eti::RunPipeline(text, textLength, refTime, set.get(), &overallType);
   *results = eti::TypedResults(found, text);
   if (*results == nullptr) return 0;
-  char* content = eti::KeptText(text, eti::RemovalMap(text, textLength, found, words));
+  char* content =
+      eti::KeptText(text, eti::RemovalMap(text, textLength, found, set.words()));
   for (TYPED_RESULT* t = *results; t != nullptr; t = t->next) t->content = eti::CopyText(content);
   std::free(content);
   return 0;

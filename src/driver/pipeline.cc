@@ -379,20 +379,9 @@ void FreeRESULT_ETS(RESULT_ETS* list) {
 RESULT_ETS* ETS(const char* text, const char* refTime, const char* settings, const void* a2,
                 const void* a3, const void* a4, const void* a5, int32_t* overallType) {
   if (text == nullptr) return nullptr;
-  // The tries of one call; the tag and replacement tries are loaded for
-  // their stages as well, so that every way in reads a set the same way.
-  std::unique_ptr<BTrie, eti::TrieDeleter> replacements(eti::LoadTrie(a2));
-  std::unique_ptr<BTrie, eti::TrieDeleter> tags(eti::LoadTrie(a3));
-  std::unique_ptr<BTrie, eti::TrieDeleter> patterns(eti::LoadTrie(a4));
-  std::unique_ptr<BTrie, eti::TrieDeleter> units(eti::LoadTrie(a5));
-  eti::LoadedDictionaries d;
-  eti::ReadSettings(settings, &d);
-  d.replacements = replacements.get();
-  d.tags = tags.get();
-  d.patterns = patterns.get();
-  d.unitSequences = units.get();
+  const eti::CallDictionaries set(settings, a2, a3, a4, a5, nullptr);
   const int32_t n = static_cast<int32_t>(std::strlen(text));
-  return eti::ResultList(eti::RunPipeline(text, n, refTime, d, overallType), n);
+  return eti::ResultList(eti::RunPipeline(text, n, refTime, set.get(), overallType), n);
 }
 
 }  // extern "C"

@@ -74,6 +74,22 @@ Status ReadWholeFile(const std::string& path, std::string* out) {
 
 }  // namespace
 
+std::string TimeString(const ekr_moment& m) {
+  const int32_t fields[6] = {m.year, m.month, m.day, m.hour, m.minute, m.second};
+  std::string out;
+  for (int k = 0; k < 6; ++k) {
+    const int width = k == 0 ? 4 : 2;
+    if (fields[k] == -1) {
+      out.append(static_cast<size_t>(width), 'F');
+    } else {
+      char buf[16];
+      std::snprintf(buf, sizeof(buf), "%0*d", width, fields[k]);
+      out += buf;
+    }
+  }
+  return out;
+}
+
 Status Extractor::Open(const ekr_dictionaries& d, std::unique_ptr<Extractor>* out) {
   const ekr_blob blobs[6] = {d.settings, d.replacements, d.tags,
                              d.patterns, d.unit_sequences, d.words};

@@ -38,6 +38,10 @@ struct Results {
 // ekr_dictionaries.
 extern const char* const kDictionaryFiles[6];
 
+// YYYYMMDDhhmmss with F's for the fields a moment leaves open: the time
+// string the whole-call entry writes for it.
+std::string TimeString(const ekr_moment& m);
+
 // The set compiled into the library (static data, never freed).
 ekr_dictionaries DefaultDictionaries();
 
@@ -47,7 +51,11 @@ class Extractor {
   static Status Open(const ekr_dictionaries& d, std::unique_ptr<Extractor>* out);
   // Reads the six files of a directory (kDictionaryFiles) and opens them.
   static Status OpenDir(const std::string& dir, std::unique_ptr<Extractor>* out);
-  // The set compiled into the library.
+  // YYYYMMDDhhmmss with F's for the fields a moment leaves open: the time
+// string the whole-call entry writes for it.
+std::string TimeString(const ekr_moment& m);
+
+// The set compiled into the library.
   static Status OpenDefault(std::unique_ptr<Extractor>* out);
 
   ~Extractor() = default;

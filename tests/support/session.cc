@@ -24,21 +24,6 @@ ResultsPtr SessionExtract(const ekr_extractor* ex, const std::string& text,
   return ResultsPtr(r);
 }
 
-std::string TimeString(const ekr_moment& m) {
-  const int32_t fields[6] = {m.year, m.month, m.day, m.hour, m.minute, m.second};
-  std::string out;
-  for (int k = 0; k < 6; ++k) {
-    const int width = k == 0 ? 4 : 2;
-    if (fields[k] == -1) {
-      out.append(static_cast<size_t>(width), 'F');
-    } else {
-      char buf[16];
-      std::snprintf(buf, sizeof(buf), "%0*d", width, fields[k]);
-      out += buf;
-    }
-  }
-  return out;
-}
 
 std::string SessionSummary(const ekr_results* r, std::string* content) {
   static const char* kCycles[] = {"", "00000001000000", "00000007000000", "00000100000000",

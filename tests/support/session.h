@@ -7,9 +7,12 @@
 #include <string>
 
 #include "extractor_kr.h"
+#include "session/extractor.h"
 #include "support/dict_builder.h"
 
 namespace eti::testing {
+
+using session::TimeString;
 
 struct ExtractorCloser {
   void operator()(ekr_extractor* ex) const { ekr_close(ex); }
@@ -26,9 +29,6 @@ ExtractorPtr OpenSet(const DictSet& d);
 // ekr_extract over a UTF-8 text; NULL results with the status otherwise.
 ResultsPtr SessionExtract(const ekr_extractor* ex, const std::string& text,
                           const std::string& ref, ekr_status* status = nullptr);
-
-// The time string of a moment: YYYYMMDDhhmmss with F's for open fields.
-std::string TimeString(const ekr_moment& m);
 
 // The answer in the compact form of Summary (dict_builder.h), with code
 // point positions; "-" for none.  *content receives the content.

@@ -28,6 +28,7 @@ using Json = nlohmann::ordered_json;
 using session::Extractor;
 using session::Results;
 using session::Status;
+using session::TimeString;
 
 constexpr char kUsage[] =
     "usage: extractor-kr [options] [TEXT ...]\n"
@@ -124,21 +125,6 @@ std::string ReferenceProblem(const std::string& ref) {
 }
 
 // YYYYMMDDhhmmss with F's for what the text left open.
-std::string TimeString(const ekr_moment& m) {
-  const int32_t fields[6] = {m.year, m.month, m.day, m.hour, m.minute, m.second};
-  std::string out;
-  for (int k = 0; k < 6; ++k) {
-    const int width = k == 0 ? 4 : 2;
-    if (fields[k] == -1) {
-      out.append(static_cast<size_t>(width), 'F');
-    } else {
-      char buf[16];
-      std::snprintf(buf, sizeof(buf), "%0*d", width, fields[k]);
-      out += buf;
-    }
-  }
-  return out;
-}
 
 std::string Flags(const ekr_moment& m) {
   return std::to_string(m.has_date) + std::to_string(m.has_time) + std::to_string(m.has_ampm);
