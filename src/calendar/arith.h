@@ -33,8 +33,8 @@ inline int32_t WNeg(int32_t a) { return Wrap(-static_cast<int64_t>(a)); }
 inline int32_t ReadInt(const char* s) {
   int32_t v = 0;
   int n = 0;
-  while (n < 10 && s[n] >= '0' && s[n] <= '9') v = v * 10 + (s[n++] - '0');
-  if (n == 0 || n == 10) return std::atoi(s);
+  while (n < 9 && s[n] >= '0' && s[n] <= '9') v = v * 10 + (s[n++] - '0');
+  if (n == 0 || (s[n] >= '0' && s[n] <= '9')) return std::atoi(s);  // a sign, or ten digits
   return v;
 }
 

@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdlib>
+#include <string>
 #include <random>
 #include <thread>
 #include <vector>
 
+#include "calendar/arith.h"
 #include "calendar/calendar.h"
 #include "extractor_kr/stages.h"
 
@@ -143,6 +146,20 @@ TEST(Sec2Date, AgreesWithTheYearByYearWalk) {
               std::vector<int32_t>({want.tm_sec, want.tm_min, want.tm_hour, want.tm_mday,
                                     want.tm_mon, want.tm_year, want.tm_wday, want.tm_yday, 0}))
         << "t = " << t;
+  }
+}
+
+TEST(ReadInt, ReadsAsAtoiDoes) {
+  std::mt19937 random(13);
+  const char pieces[] = "0123456789 +-x]";
+  for (int round = 0; round < 50000; ++round) {
+    std::string s;
+    const int length = static_cast<int>(random() % 14);
+    for (int k = 0; k < length; ++k) {
+      s.push_back(random() % 4 == 0 ? pieces[random() % (sizeof(pieces) - 1)]
+                                    : static_cast<char>('0' + random() % 10));
+    }
+    ASSERT_EQ(eti::ReadInt(s.c_str()), std::atoi(s.c_str())) << s;
   }
 }
 
