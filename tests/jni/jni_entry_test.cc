@@ -160,7 +160,7 @@ TEST_F(FakeJvm, ShortOrOverclaimingBlobsAndNullArraysAreSafe) {
 
 TEST_F(FakeJvm, RealDictionariesRunEveryStage) {
   const eti::testing::DictSet d = eti::testing::LoadDictSet("tests/data/e2e");
-  // Normalisation (낼), tagging, search, resolution and the content.
+  // Normalisation (낼 and its space), tagging, search, resolution and the content.
   const std::string text = eti::testing::Cp949("낼 오후 3시에 봐요, 꼭");
   jbyteArray out =
       Java_zelk_tarn_tm_wisp_service_entity_ExtractorKr_getTimeInfo_1native(
@@ -171,7 +171,7 @@ TEST_F(FakeJvm, RealDictionariesRunEveryStage) {
   const std::string json =
       eti::testing::Utf8(std::string(A(out)->bytes.begin(), A(out)->bytes.end()));
   EXPECT_EQ(eti::testing::Summary(json, &content), "20240516150000 111@0-7");
-  EXPECT_EQ(content, "   봐요 꼭");
+  EXPECT_EQ(content, "  봐요 꼭");
 }
 
 }  // namespace

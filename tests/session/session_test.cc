@@ -27,7 +27,7 @@ const DictSet& KoreanSet() {
 // ETI_Main's answer in compact form, with its content in UTF-8.
 std::string WholeCall(const DictSet& d, const std::string& text, const std::string& ref,
                       std::string* content) {
-  return Summary(Extract(d, text, ref), content);
+  return Summary(Extract(d, text, ref, /*halves=*/true), content);
 }
 
 // Asserts that the session gives what the whole-call entry gives.

@@ -53,7 +53,30 @@ DictSet LoadDictSet(const std::string& relativeDir) {
   return d;
 }
 
-std::string Extract(const DictSet& d, const std::string& textUtf8, const std::string& ref) {
+namespace {
+
+// CP949 bytes to UTF-8, a byte that makes no character with the next one
+// read as U+FFFD (as the session reads the content).
+std::string Cp949ToUtf8WithHalves(const std::string& cp949) {
+  std::string out;
+  for (size_t i = 0; i < cp949.size(); ++i) {
+    const auto b = static_cast<unsigned char>(cp949[i]);
+    if (b < 0x80) {
+      out.push_back(static_cast<char>(b));
+      continue;
+    }
+    const uint16_t u =
+        i + 1 < cp949.size() ? Cp949Decode(b, static_cast<unsigned char>(cp949[i + 1])) : 0;
+    AppendUtf8(u != 0 ? u : 0xFFFD, &out);
+    if (u != 0) ++i;
+  }
+  return out;
+}
+
+}  // namespace
+
+std::string Extract(const DictSet& d, const std::string& textUtf8, const std::string& ref,
+                    bool halves) {
   const std::string text = Cp949(textUtf8);
   TYPED_RESULT* results = nullptr;
   if (ETI_Main(text.c_str(), &results, ref.c_str(), d.settings.c_str(), d.replace.data(),
@@ -63,7 +86,9 @@ std::string Extract(const DictSet& d, const std::string& textUtf8, const std::st
   char* json = WriteJsonArray(results);
   std::string out;
   ConvertError bad;
-  if (!Cp949ToUtf8(json, &out, &bad)) {
+  if (!Cp949ToUtf8(json, &out, &bad) && halves) {
+    out = Cp949ToUtf8WithHalves(json);
+  } else if (!bad.message.empty()) {
     ADD_FAILURE() << "the answer to \"" << textUtf8 << "\" is not CP949 text: " << bad.message
                   << " at byte " << bad.offset;
     out = json;

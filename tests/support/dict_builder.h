@@ -41,8 +41,13 @@ struct DictSet {
 DictSet LoadDictSet(const std::string& relativeDir);
 
 // ETI_Main over a UTF-8 text with a dictionary set: the JSON array, in
-// UTF-8, or "REJECTED" when the reference time is refused.
-std::string Extract(const DictSet& dicts, const std::string& textUtf8, const std::string& ref);
+// UTF-8, or "REJECTED" when the reference time is refused.  An answer that
+// is not CP949 text is a test failure unless `halves` allows it: the content
+// of a whole call may hold half of a character (an expression that covers
+// part of a replacement), and the session reads such a byte as U+FFFD; with
+// `halves` the answer is decoded the same way.
+std::string Extract(const DictSet& dicts, const std::string& textUtf8, const std::string& ref,
+                    bool halves = false);
 
 // The JSON array of a call in the compact form of the case files: per result
 // START FLAGS@BEGIN-END (a point) or START~END FLAGS/ENDFLAGS@BEGIN-END (a

@@ -123,10 +123,11 @@ TEST_F(Dictc, PatternAlternativesExpand) {
 }
 
 TEST_F(Dictc, CheckFindsWhatDoesNotFitTogether) {
-  Write("tags.txt", "시\tHourW\n3일\tNever\n");
+  Write("tags.txt", "시\tHourW\n3일\tNever\n이번주말\tWeekdayW[6]\n");
   Write("patterns.txt", "NUM*HourW\t2\nNUM*HourW*Later\t3\nNUM*MinW\t2\nNUM*HourW\t2\n");
   Write("units.txt", "NUM*HourW\thUnit\nLater\tLaterUnit\n");
-  Write("replace.txt", "낼\t내 일\n");
+  // 낼 alone also matches inside 졌어; with what follows it, it cannot
+  Write("replace.txt", "낼\t내 일\n주말\t토요일부터일요일까지\n낼 \t내일\n");
   EXPECT_EQ(Run({"check", Path("tags.txt"), Path("patterns.txt"), Path("units.txt"),
                  Path("replace.txt")}),
             1);
@@ -138,9 +139,13 @@ TEST_F(Dictc, CheckFindsWhatDoesNotFitTogether) {
            "patterns.txt:3: pattern \"NUM*MinW\" uses \"MinW\"",
            "patterns.txt:3: pattern \"NUM*MinW\" is not cut into units",
            "units.txt:2: unit name \"LaterUnit\" is not one the dispatcher knows",
-           "replace.txt:1: replacement \"내 일\" holds a space"}) {
+           "replace.txt:1: replacement \"내 일\" holds a space",
+           "replace.txt:1: key \"낼\" is one character",
+           "tags.txt:3: tag key \"이번주말\" is never seen: " }) {
     EXPECT_NE(e.find(message), std::string::npos) << "missing: " << message << "\nin:\n" << e;
   }
+  EXPECT_NE(e.find("replace.txt:2 rewrites \"주말\""), std::string::npos) << e;
+  EXPECT_EQ(e.find("replace.txt:3:"), std::string::npos) << e;
   Write("patterns.txt", "NUM*HourW\t3\n");
   EXPECT_EQ(Run({"check", Path("tags.txt"), Path("patterns.txt"), Path("units.txt")}), 1);
   EXPECT_NE(err_.str().find("has 2 items but the count 3"), std::string::npos) << err_.str();

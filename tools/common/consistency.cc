@@ -11,6 +11,7 @@
 #include "common/trie_format.h"
 #include "dict/btrie.h"
 #include "extractor_kr/stages.h"
+#include "session/cp949.h"
 
 namespace eti::tools {
 namespace {
@@ -104,6 +105,34 @@ std::vector<SourceError> CheckReplacements(const SourceFile& replace) {
       errors.push_back({replace.name, e.line,
                         "replacement \"" + e.valueUtf8 + "\" holds a space, which would split a "
                         "character of the text when the expression is mapped back"});
+    }
+    std::string key;
+    ConvertError ignored;
+    if (Utf8ToCp949(e.keyUtf8, &key, &ignored) && key.size() == 2 && static_cast<unsigned char>(key[0]) >= 0x80) {
+      errors.push_back({replace.name, e.line,
+                        "key \"" + e.keyUtf8 + "\" is one character: replacement is tried at "
+                        "every byte, so it also matches across two characters of other words; "
+                        "write it with what follows it"});
+    }
+  }
+  return errors;
+}
+
+std::vector<SourceError> CheckTagsAgainstReplacements(const SourceFile& tags,
+                                                      const SourceFile& replace) {
+  std::vector<SourceError> errors;
+  const auto tagEntries = ReadTrieSource(tags.text, tags.name, DictKind::kTag, &errors);
+  const auto replaceEntries =
+      ReadTrieSource(replace.text, replace.name, DictKind::kReplace, &errors);
+  for (const SourceEntry& t : tagEntries) {
+    for (const SourceEntry& r : replaceEntries) {
+      if (t.keyUtf8.find(r.keyUtf8) != std::string::npos) {
+        errors.push_back({tags.name, t.line,
+                          "tag key \"" + t.keyUtf8 + "\" is never seen: " + replace.name + ":" +
+                              std::to_string(r.line) + " rewrites \"" + r.keyUtf8 +
+                              "\" before tagging"});
+        break;
+      }
     }
   }
   return errors;

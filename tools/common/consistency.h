@@ -29,8 +29,17 @@ std::vector<SourceError> CheckDictionarySet(const SourceFile& tags, const Source
 
 // Replacements whose value holds a space: the marks of a replaced word are
 // mapped back byte by byte, and the space (never part of an expression)
-// would leave half of a two-byte character of the input behind.
+// would leave half of a two-byte character of the input behind.  And keys
+// of one two-byte character: replacement is tried at every byte, so such a
+// key also matches the second byte of one character and the first of the
+// next (낼 is inside 졌어), in everyday words.
 std::vector<SourceError> CheckReplacements(const SourceFile& replace);
+
+// Tag keys that replacement rewrites before the tagger sees them: a tag
+// key that holds a replacement key is never found as written (tagging
+// 주말 while 주말 is rewritten to 토요일부터일요일까지 adds nothing).
+std::vector<SourceError> CheckTagsAgainstReplacements(const SourceFile& tags,
+                                                      const SourceFile& replace);
 
 }  // namespace eti::tools
 

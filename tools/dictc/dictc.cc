@@ -115,8 +115,10 @@ int Check(const std::vector<std::string>& args, std::ostream& out, std::ostream&
   }
   std::vector<SourceError> errors = CheckDictionarySet(files[0], files[1], files[2]);
   if (files.size() == 4) {
-    const std::vector<SourceError> more = CheckReplacements(files[3]);
-    errors.insert(errors.end(), more.begin(), more.end());
+    for (const auto& more : {CheckReplacements(files[3]),
+                             CheckTagsAgainstReplacements(files[0], files[3])}) {
+      errors.insert(errors.end(), more.begin(), more.end());
+    }
   }
   if (!Report(errors, err)) return 1;
   out << "consistent:";
