@@ -59,9 +59,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     default: {  // a dictionary set: the input cut in three
       const size_t a = in.size() / 3, b = 2 * in.size() / 3;
-      CheckDictionarySet({"tags.txt", in.substr(0, a)}, {"patterns.txt", in.substr(a, b - a)},
-                         {"units.txt", in.substr(b)});
-      CheckReplacements({"replace.txt", in});
+      CheckDictionarySet({{"tags.txt", in.substr(0, a)}}, {{"patterns.txt", in.substr(a, b - a)}},
+                         {{"units.txt", in.substr(b)}});
+      CheckReplacements({{"replace.txt", in}});
       break;
     }
   }

@@ -42,14 +42,9 @@ std::string ReadSourceFile(const std::string& relative) {
 }
 
 DictSet LoadDictSet(const std::string& relativeDir) {
-  const auto source = [&](const char* name) { return ReadSourceFile(relativeDir + "/" + name); };
-  DictSet d;
-  d.settings = source("settings.txt");
-  d.replace = CompileTrie(DictKind::kReplace, source("replace.txt"));
-  d.tags = CompileTrie(DictKind::kTag, source("tags.txt"));
-  d.patterns = CompileTrie(DictKind::kPattern, source("patterns.txt"));
-  d.units = CompileTrie(DictKind::kUnit, source("units.txt"));
-  d.words = CompileWords(source("words.txt"));
+  std::vector<tools::SourceError> errors;
+  DictSet d = tools::CompileSourceDir(std::string(ETI_SOURCE_DIR) + "/" + relativeDir, &errors);
+  for (const auto& e : errors) ADD_FAILURE() << e.Format();
   return d;
 }
 

@@ -10,6 +10,7 @@
 
 #include "session/cp949.h"
 #include "common/dict_source.h"
+#include "common/source_set.h"
 #include "dict/btrie.h"
 
 namespace eti::testing {
@@ -33,11 +34,8 @@ TriePtr LoadSource(DictKind kind, std::string_view source);
 std::string ReadSourceFile(const std::string& relative);
 
 // The six arrays of a call, compiled from the sources of a directory of the
-// source tree: settings.txt, replace.txt, tags.txt, patterns.txt, units.txt
-// and words.txt.
-struct DictSet {
-  std::string settings, replace, tags, patterns, units, words;
-};
+// source tree as dictc compiles them (a source error fails the test).
+using DictSet = tools::CompiledSet;
 DictSet LoadDictSet(const std::string& relativeDir);
 
 // ETI_Main over a UTF-8 text with a dictionary set: the JSON array, in

@@ -14,6 +14,7 @@
 #include <nlohmann/json.hpp>
 
 #include "common/dict_source.h"
+#include "common/source_set.h"
 #include "common/file_util.h"
 #include "common/trie_format.h"
 #include "driver/engine.h"
@@ -50,27 +51,19 @@ struct Options {
   std::vector<std::string> texts;
 };
 
-// The six parts of a set, in the order of ekr_dictionaries.
-struct Blobs {
-  std::string parts[6];
-
-  ekr_dictionaries View() const {
-    const auto b = [this](int k) { return ekr_blob{parts[k].data(), parts[k].size()}; };
-    return {b(0), b(1), b(2), b(3), b(4), b(5)};
-  }
-};
-
 bool Exists(const std::string& path) {
   struct stat st;
   return stat(path.c_str(), &st) == 0;
 }
 
 // The set of --dict DIR: compiled files, or sources compiled in memory.
-bool LoadDirectory(const std::string& dir, Blobs* b, std::ostream& err) {
-  std::string error;
+bool LoadDirectory(const std::string& dir, CompiledSet* set, std::ostream& err) {
   if (Exists(dir + "/tags.bin")) {
+    std::string* parts[6] = {&set->settings, &set->replace, &set->tags,
+                             &set->patterns, &set->units,   &set->words};
     for (int k = 0; k < 6; ++k) {
-      if (!ReadFile(dir + "/" + session::kDictionaryFiles[k], &b->parts[k], &error)) {
+      std::string error;
+      if (!ReadFile(dir + "/" + session::kDictionaryFiles[k], parts[k], &error)) {
         err << "extractor-kr: --dict: " << error << "\n";
         return false;
       }
@@ -82,22 +75,7 @@ bool LoadDirectory(const std::string& dir, Blobs* b, std::ostream& err) {
     return false;
   }
   std::vector<SourceError> errors;
-  const auto source = [&](const char* name, std::string* text) {
-    if (!ReadFile(dir + "/" + name, text, &error)) errors.push_back({dir + "/" + name, 0, error});
-  };
-  const auto trie = [&](const char* name, DictKind kind) {
-    std::string text;
-    source(name, &text);
-    return BuildTrieBlob(TrieEntries(ReadTrieSource(text, dir + "/" + name, kind, &errors)));
-  };
-  source("settings.txt", &b->parts[0]);
-  b->parts[1] = trie("replace.txt", DictKind::kReplace);
-  b->parts[2] = trie("tags.txt", DictKind::kTag);
-  b->parts[3] = trie("patterns.txt", DictKind::kPattern);
-  b->parts[4] = trie("units.txt", DictKind::kUnit);
-  std::string words;
-  source("words.txt", &words);
-  b->parts[5] = WordListText(ReadWordSource(words, dir + "/words.txt", &errors));
+  *set = CompileSourceDir(dir, &errors);
   for (const SourceError& e : errors) err << e.Format() << "\n";
   return errors.empty();
 }
@@ -192,7 +170,7 @@ std::string TableOf(const std::string& text, const std::string& ref, const Resul
 
 class Tool {
  public:
-  Tool(const Options& o, const Blobs& b, std::unique_ptr<Extractor> ex, std::ostream& out,
+  Tool(const Options& o, const CompiledSet& b, std::unique_ptr<Extractor> ex, std::ostream& out,
        std::ostream& err)
       : o_(o), blobs_(b), ex_(std::move(ex)), out_(out), err_(err) {}
 
@@ -241,9 +219,9 @@ class Tool {
                   id);
     }
     TYPED_RESULT* results = nullptr;
-    ETI_Main(cp949.c_str(), &results, ref.c_str(), blobs_.parts[0].c_str(),
-             blobs_.parts[1].data(), blobs_.parts[2].data(), blobs_.parts[3].data(),
-             blobs_.parts[4].data(), blobs_.parts[5].c_str());
+    ETI_Main(cp949.c_str(), &results, ref.c_str(), blobs_.settings.c_str(),
+             blobs_.replace.data(), blobs_.tags.data(), blobs_.patterns.data(),
+             blobs_.units.data(), blobs_.words.c_str());
     char* json = WriteJsonArray(results);
     out_ << json << "\n";
     std::free(json);
@@ -252,7 +230,7 @@ class Tool {
   }
 
   const Options& o_;
-  const Blobs& blobs_;
+  const CompiledSet& blobs_;
   std::unique_ptr<Extractor> ex_;
   std::ostream& out_;
   std::ostream& err_;
@@ -347,20 +325,20 @@ int RunCli(const std::vector<std::string>& args, std::istream& in, std::ostream&
   if (o.jsonl && !o.texts.empty()) return Usage(err, "--jsonl reads standard input only");
   if (o.table + o.raw > 1) return Usage(err, "--table and --raw do not go together");
 
-  Blobs blobs;
+  CompiledSet blobs;
   if (o.dictDir.empty()) {
     const ekr_dictionaries d = session::DefaultDictionaries();
-    const ekr_blob parts[6] = {d.settings, d.replacements, d.tags,
-                               d.patterns, d.unit_sequences, d.words};
-    for (int k = 0; k < 6; ++k) {
-      blobs.parts[k].assign(static_cast<const char*>(parts[k].data), parts[k].size);
-    }
+    const auto copy = [](const ekr_blob& b) {
+      return std::string(static_cast<const char*>(b.data), b.size);
+    };
+    blobs = {copy(d.settings), copy(d.replacements), copy(d.tags),
+             copy(d.patterns), copy(d.unit_sequences), copy(d.words)};
   } else if (!LoadDirectory(o.dictDir, &blobs, err)) {
     return 2;
   }
   if (!o.settingsFile.empty()) {
     std::string error;
-    if (!ReadFile(o.settingsFile, &blobs.parts[0], &error)) {
+    if (!ReadFile(o.settingsFile, &blobs.settings, &error)) {
       err << "extractor-kr: --settings: " << error << "\n";
       return 2;
     }

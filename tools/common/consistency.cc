@@ -46,29 +46,29 @@ std::vector<std::string> TagNames(const std::string& value) {
 
 }  // namespace
 
-std::vector<SourceError> CheckDictionarySet(const SourceFile& tags, const SourceFile& patterns,
-                                            const SourceFile& units) {
+std::vector<SourceError> CheckDictionarySet(const Sources& tags, const Sources& patterns,
+                                            const Sources& units) {
   std::vector<SourceError> errors;
-  const auto tagEntries = ReadTrieSource(tags.text, tags.name, DictKind::kTag, &errors);
-  const auto patternEntries =
-      ReadTrieSource(patterns.text, patterns.name, DictKind::kPattern, &errors);
-  const auto unitEntries = ReadTrieSource(units.text, units.name, DictKind::kUnit, &errors);
-  const auto fail = [&](const SourceFile& f, int line, std::string message) {
-    errors.push_back({f.name, line, std::move(message)});
+  const auto tagEntries = ReadTrieSources(tags, DictKind::kTag, &errors);
+  const auto patternEntries = ReadTrieSources(patterns, DictKind::kPattern, &errors);
+  const auto unitEntries = ReadTrieSources(units, DictKind::kUnit, &errors);
+  const auto fail = [&](const SourceEntry& e, std::string message) {
+    errors.push_back({e.file, e.line, std::move(message)});
   };
+  const std::string unitsName = units.empty() ? "the units" : units[0].name;
 
   std::set<std::string> produced(std::begin(kTaggerNames), std::end(kTaggerNames));
   for (const SourceEntry& e : tagEntries) {
     const char first = e.keyUtf8[0];
     if ((first >= '0' && first <= '9') || std::string_view(" :./-~").find(first) != std::string_view::npos) {
-      fail(tags, e.line, "\"" + e.keyUtf8 + "\" starts with a character the tagger never looks up");
+      fail(e, "\"" + e.keyUtf8 + "\" starts with a character the tagger never looks up");
     }
     for (const std::string& name : TagNames(e.valueUtf8)) produced.insert(name);
   }
 
   for (const SourceEntry& e : unitEntries) {
     if (std::find(std::begin(kUnitNames), std::end(kUnitNames), e.valueUtf8) == std::end(kUnitNames)) {
-      fail(units, e.line, "unit name \"" + e.valueUtf8 + "\" is not one the dispatcher knows");
+      fail(e, "unit name \"" + e.valueUtf8 + "\" is not one the dispatcher knows");
     }
   }
 
@@ -77,18 +77,18 @@ std::vector<SourceError> CheckDictionarySet(const SourceFile& tags, const Source
   for (const SourceEntry& e : patternEntries) {
     const std::vector<std::string> items = Split(e.keyUtf8, '*');
     if (std::to_string(items.size()) != e.valueUtf8) {
-      fail(patterns, e.line, "pattern \"" + e.keyUtf8 + "\" has " + std::to_string(items.size()) +
+      fail(e, "pattern \"" + e.keyUtf8 + "\" has " + std::to_string(items.size()) +
                                  " items but the count " + e.valueUtf8);
     }
     for (const std::string& item : items) {
       if (produced.count(item) == 0) {
-        fail(patterns, e.line, "pattern \"" + e.keyUtf8 + "\" uses \"" + item +
+        fail(e, "pattern \"" + e.keyUtf8 + "\" uses \"" + item +
                                    "\", which no tag entry and not the tagger produces");
       }
     }
     retTypeBBT* cut = SearchTagSeq(unitTrie.get(), e.entry.key.c_str());
     if (cut == nullptr) {
-      fail(patterns, e.line, "pattern \"" + e.keyUtf8 + "\" is not cut into units by " + units.name);
+      fail(e, "pattern \"" + e.keyUtf8 + "\" is not cut into units by " + unitsName);
     }
     ETI_free_retTypeBBT(&cut);
   }
@@ -98,18 +98,36 @@ std::vector<SourceError> CheckDictionarySet(const SourceFile& tags, const Source
   return errors;
 }
 
-std::vector<SourceError> CheckReplacements(const SourceFile& replace) {
+namespace {
+
+// Whether every space of a replacement maps back onto a space of its key.
+// The marks of the work text go back onto the key's bytes right-aligned:
+// the last bytes of the value onto the last bytes of the key (a longer
+// value's first bytes map nowhere), so a space is harmless exactly where
+// the key has one at the same distance from the end (한  -> 1 , 네 일 ->
+// __ 일).
+bool SpacesMapOntoSpaces(const std::string& key, const std::string& value) {
+  for (size_t i = 0; i < value.size(); ++i) {
+    if (value[i] != ' ' || i + key.size() < value.size()) continue;
+    if (key[i + key.size() - value.size()] != ' ') return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::vector<SourceError> CheckReplacements(const Sources& replace) {
   std::vector<SourceError> errors;
-  for (const SourceEntry& e : ReadTrieSource(replace.text, replace.name, DictKind::kReplace, &errors)) {
-    if (e.valueUtf8.find(' ') != std::string::npos) {
-      errors.push_back({replace.name, e.line,
-                        "replacement \"" + e.valueUtf8 + "\" holds a space, which would split a "
-                        "character of the text when the expression is mapped back"});
+  for (const SourceEntry& e : ReadTrieSources(replace, DictKind::kReplace, &errors)) {
+    if (!SpacesMapOntoSpaces(e.entry.key, e.entry.value)) {
+      errors.push_back({e.file, e.line,
+                        "replacement \"" + e.valueUtf8 + "\" holds a space where its key has "
+                        "none, which would split a character of the text when the expression is "
+                        "mapped back"});
     }
-    std::string key;
-    ConvertError ignored;
-    if (Utf8ToCp949(e.keyUtf8, &key, &ignored) && key.size() == 2 && static_cast<unsigned char>(key[0]) >= 0x80) {
-      errors.push_back({replace.name, e.line,
+    const std::string& key = e.entry.key;
+    if (key.size() == 2 && static_cast<unsigned char>(key[0]) >= 0x80) {
+      errors.push_back({e.file, e.line,
                         "key \"" + e.keyUtf8 + "\" is one character: replacement is tried at "
                         "every byte, so it also matches across two characters of other words; "
                         "write it with what follows it"});
@@ -118,17 +136,16 @@ std::vector<SourceError> CheckReplacements(const SourceFile& replace) {
   return errors;
 }
 
-std::vector<SourceError> CheckTagsAgainstReplacements(const SourceFile& tags,
-                                                      const SourceFile& replace) {
+std::vector<SourceError> CheckTagsAgainstReplacements(const Sources& tags,
+                                                      const Sources& replace) {
   std::vector<SourceError> errors;
-  const auto tagEntries = ReadTrieSource(tags.text, tags.name, DictKind::kTag, &errors);
-  const auto replaceEntries =
-      ReadTrieSource(replace.text, replace.name, DictKind::kReplace, &errors);
+  const auto tagEntries = ReadTrieSources(tags, DictKind::kTag, &errors);
+  const auto replaceEntries = ReadTrieSources(replace, DictKind::kReplace, &errors);
   for (const SourceEntry& t : tagEntries) {
     for (const SourceEntry& r : replaceEntries) {
       if (t.keyUtf8.find(r.keyUtf8) != std::string::npos) {
-        errors.push_back({tags.name, t.line,
-                          "tag key \"" + t.keyUtf8 + "\" is never seen: " + replace.name + ":" +
+        errors.push_back({t.file, t.line,
+                          "tag key \"" + t.keyUtf8 + "\" is never seen: " + r.file + ":" +
                               std::to_string(r.line) + " rewrites \"" + r.keyUtf8 +
                               "\" before tagging"});
         break;

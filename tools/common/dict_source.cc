@@ -233,6 +233,7 @@ std::vector<SourceEntry> ReadTrieSource(std::string_view text, std::string_view 
     }
     for (const auto& [k, v] : pairs) {
       SourceEntry e;
+      e.file = std::string(file);
       e.line = line.number;
       e.keyUtf8 = k;
       e.valueUtf8 = v;
@@ -257,6 +258,29 @@ std::vector<SourceEntry> ReadTrieSource(std::string_view text, std::string_view 
         continue;
       }
       entries.push_back(std::move(e));
+    }
+  }
+  return entries;
+}
+
+std::vector<SourceEntry> ReadTrieSources(const std::vector<SourceFile>& files, DictKind kind,
+                                         std::vector<SourceError>* errors) {
+  std::vector<SourceEntry> entries;
+  std::map<std::string, size_t> seen;  // CP949 key -> index in entries
+  for (const SourceFile& f : files) {
+    for (SourceEntry& e : ReadTrieSource(f.text, f.name, kind, errors)) {
+      auto [it, fresh] = seen.emplace(e.entry.key, entries.size());
+      if (fresh) {
+        entries.push_back(std::move(e));
+        continue;
+      }
+      const SourceEntry& first = entries[it->second];
+      if (first.entry.value != e.entry.value) {
+        errors->push_back({e.file, e.line,
+                           "key \"" + e.keyUtf8 + "\" has value \"" + e.valueUtf8 + "\" here but \"" +
+                               first.valueUtf8 + "\" in " + first.file + ":" +
+                               std::to_string(first.line)});
+      }
     }
   }
   return entries;

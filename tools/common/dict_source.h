@@ -36,13 +36,25 @@ struct SourceEntry {
   TrieEntry entry;      // CP949 key and value
   std::string keyUtf8;  // as written in the source
   std::string valueUtf8;
+  std::string file;     // where it is written
   int line = 0;
+};
+
+// A source as read from its file.
+struct SourceFile {
+  std::string name;  // for messages
+  std::string text;  // UTF-8 source
 };
 
 // Reads a trie source.  Every problem found is appended to *errors (all of
 // them, in line order); the result is usable only when none was found.
 std::vector<SourceEntry> ReadTrieSource(std::string_view text, std::string_view file,
                                         DictKind kind, std::vector<SourceError>* errors);
+
+// Reads the sources of one dictionary written in several files, as one
+// source: a key given twice must have one value, in whichever files.
+std::vector<SourceEntry> ReadTrieSources(const std::vector<SourceFile>& files, DictKind kind,
+                                         std::vector<SourceError>* errors);
 
 // Reads a word list source: one word per line, converted to CP949.
 std::vector<std::string> ReadWordSource(std::string_view text, std::string_view file,
