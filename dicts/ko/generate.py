@@ -70,6 +70,24 @@ class Entries:
         return BANNER + "\n".join(self.lines) + "\n"
 
 
+def since_and_before(e):
+    e.section("""--- 이후 and 이전 after a year, a month, a day or an hour say since and
+until it (2008년 이후, 5월 이전, 3시 이후): an open span, not an offset (3년
+후 and 2시간 뒤 are offsets).  A count of months keeps its offset (3개월
+이후).""")
+    for unit in ("월", "일", "시"):
+        for word, role in (("이후", "부터"), ("이전", "까지")):
+            for key in spaced(unit, word):
+                e.add(key, unit + role)
+    for word in ("이후", "이전"):
+        for key in spaced("개월", word):
+            e.add(key, key)
+    for year in range(2000, 2036):
+        for word, role in (("이후", "부터"), ("이전", "까지")):
+            for key in spaced(f"{year}년", word):
+                e.add(key, f"{year}년{role}")
+
+
 def weekdays_after_week_words(e):
     e.section("""--- A weekday after a word for its week: 지난 금요일 is last week's, 다음
 화요일 next week's; 오는 and 돌아오는 are dropped (the coming weekday is what a
@@ -290,19 +308,6 @@ three days).""")
                 e.add(key, f"부터{day}요일까지")
 
 
-def weekly_lists(e):
-    e.section("""--- Several weekdays after 매주: 매주 월,수,금 is every Monday, every
-Wednesday and every Friday, one weekly result each; a time after the list
-goes with the last weekday only (the engine joins a time to the expression
-right before it).""")
-    for size in (2, 3, 4):
-        for days in itertools.combinations(WEEKDAYS, size):
-            value = ",".join(f"매주{d}요일" for d in days)
-            for sep in (",", ", ", "/", "·", ""):
-                for head in ("매주 ", "매주"):
-                    e.add(head + sep.join(days), value)
-
-
 def native_numbers(e):
     e.section("""--- Native-Korean numbers written apart from their unit: 세 시 is read as
 3 시, 한 달 as 1 달.  The space stays, so a word that starts with the unit's
@@ -374,9 +379,9 @@ def lunch(e):
         e.add(word, "정오부터오후1시까지")
 
 
-RULES = [weekdays_after_week_words, weeks_then_weekday, parts_of_months, beginning_of_week,
+RULES = [since_and_before, weekdays_after_week_words, weeks_then_weekday, parts_of_months, beginning_of_week,
          quarters_and_seasons, rolling_windows, deadlines, counts_no_date, ranges_between,
-         weekly_lists, native_numbers, week_words, named_years, holidays, lunch]
+         native_numbers, week_words, named_years, holidays, lunch]
 
 
 def periods():

@@ -155,7 +155,13 @@ class Finder {
     for (const U32& w : words) reversed.emplace_back(w.rbegin(), w.rend());
     std::sort(reversed.begin(), reversed.end());
 
-    for (const U32& w : words) TryAlone(w);
+    const std::vector<U32> stoppers = Stoppers();
+    for (const U32& w : words) {
+      TryAlone(w);
+      for (const U32& k : stoppers) {
+        if (w.size() > k.size() && StartsWith(w, k)) TryStopper(w, k);
+      }
+    }
     for (const auto& [p, s] : Pairs()) {
       for (auto it = std::lower_bound(words.begin(), words.end(), s);
            it != words.end() && StartsWith(*it, s); ++it) {
@@ -257,6 +263,7 @@ class Finder {
             return e.valueUtf8 == t;
           }) != std::end(kUnitTags)) {
         before.insert(U"3" + k);
+        unitKeys_.insert(k);
       }
     }
     for (const SourceEntry& e : replace) {
@@ -316,6 +323,41 @@ class Finder {
   // expression itself, nor when a number before it makes it one (일전 is
   // the other day, and 2일전 two days ago).
   bool SafeAlone(const U32& w) { return !Covered(w) && !Covered(U"3" + w); }
+
+  // A written date that a word after it must leave alone.  Counters stop
+  // the reading of a decimal before them (3.5점 is a score), and a word
+  // that only begins with a counter's syllable is no counter (6.20 개봉 is
+  // a release date).
+  static constexpr char32_t kDate[] = U"6.20";
+
+  // The tag keys that stop the date before them, units of time aside (6.20
+  // 시 would be a decimal count of hours, and a word that starts with 시 is
+  // guarded where a number stands before it already).
+  std::vector<U32> Stoppers() {
+    std::vector<U32> out;
+    if (!StartsAt(U32(kDate), 0)) return out;
+    for (const U32& k : tagKeys_) {
+      if (!AllSyllables(k) || unitKeys_.count(k) != 0) continue;
+      if (!StartsAt(U32(kDate) + U" " + k, 0)) out.push_back(k);
+    }
+    return out;
+  }
+
+  // Whether an expression starts at `at` and covers the date there.
+  bool StartsAt(const U32& text, int at) {
+    for (const Span& e : Expressions(text)) {
+      if (e.begin == at && e.end >= at + 4) return true;
+    }
+    return false;
+  }
+
+  void TryStopper(const U32& w, const U32& k) {
+    if (replaceKeys_.count(w) != 0) return;
+    const U32 text = U32(kDate) + U" " + w;
+    if (StartsAt(text, 0)) return;
+    const U32 key = w.substr(0, GuardEnd(w, k.size()));
+    if (SafeAlone(key)) Add(text, w, Span{0, 4}, key, Blank(key));
+  }
 
   // A word alone: an expression inside it that is not the whole word, nor
   // the word less an ending.
@@ -405,6 +447,7 @@ class Finder {
   std::string problem_;
   std::set<U32> replaceKeys_, endings_;
   std::vector<U32> tagKeys_;
+  std::set<U32> unitKeys_;  // tag keys of units of time (일, 시간 ...)
   std::vector<U32> before_, after_;
   std::map<U32, Trap> guards_;
 };
