@@ -242,10 +242,11 @@ class Finder {
   }
 
   // Time words and what stands before them: every tag key and the part of
-  // a replacement key before its last space (before), and every tag key,
-  // every replacement key and the last part of a spaced one (after).  The
-  // pairs are those whose two parts, a space apart, are read as one
-  // expression.  Numbers stand as 3 (3 시, 3일 전).
+  // a replacement key before its last space (before), and the tag keys,
+  // replacement keys and last parts of spaced ones of one or two syllables
+  // (after: what begins an everyday word), guards aside.  The pairs are
+  // those whose two parts, a space apart, are read as one expression.
+  // Numbers stand as 3 (3 시, 3일 전).
   void CollectCandidates(const std::vector<SourceEntry>& replace,
                          const std::vector<SourceEntry>& tags) {
     std::set<U32> before = {U"3"}, after;
@@ -258,7 +259,7 @@ class Finder {
       const U32 k = Decode(e.keyUtf8);
       if (!word(k)) continue;
       before.insert(k);
-      if (AllSyllables(k)) after.insert(k);
+      if (AllSyllables(k) && k.size() <= 2) after.insert(k);
       if (AllSyllables(k) && std::find_if(std::begin(kUnitTags), std::end(kUnitTags), [&](const char* t) {
             return e.valueUtf8 == t;
           }) != std::end(kUnitTags)) {
@@ -267,15 +268,16 @@ class Finder {
       }
     }
     for (const SourceEntry& e : replace) {
+      if (e.valueUtf8.find('_') != std::string::npos) continue;  // a guard
       const U32 k = Decode(e.keyUtf8);
       const size_t space = k.rfind(U' ');
       if (space == U32::npos) {
-        if (AllSyllables(k)) after.insert(k);
+        if (AllSyllables(k) && k.size() <= 2) after.insert(k);
         continue;
       }
       const U32 head = k.substr(0, space), tail = k.substr(space + 1);
       if (!head.empty() && head.find(U' ') == U32::npos && word(head)) before.insert(head);
-      if (AllSyllables(tail)) after.insert(tail);
+      if (AllSyllables(tail) && tail.size() <= 2) after.insert(tail);
     }
     before_.assign(before.begin(), before.end());
     after_.assign(after.begin(), after.end());
