@@ -51,6 +51,41 @@ TEST(Corpus, EverySentenceGivesItsExpectedResults) {
   EXPECT_GE(total, 300);
 }
 
+// Time words at the edge of a longer word give nothing, whichever way the
+// word meets them (after a native number, at the end of the word before,
+// inside a name), while the same time words glued into chat still read.
+TEST(BundledSet, WordsThatHoldATimeWordGiveNothingWhileGluedChatStillReads) {
+  const DictSet dicts = LoadDictSet("dicts/ko");
+  const struct {
+    const char* text;
+    const char* expected;
+  } cases[] = {
+      {"평범한 시민이었다", "-"},
+      {"통보한 시각에 맞춰", "-"},
+      {"단순한 시도였다", "-"},
+      {"인도네시아 증시가", "-"},
+      {"압구정 백야 방송", "-"},
+      {"전봇대에 매달린 채", "-"},
+      {"오늘날의 한국", "-"},
+      {"클로이 모레츠 주연", "-"},
+      {"세 시즌 만에 복귀", "-"},
+      {"다음 주인공은 누구", "-"},
+      {"8.5는 넘을 영화", "-"},
+      {"3/2는 좀 길지", "-"},
+      {"현재 사고 해역의 풍향은", "-"},
+      {"내일오후3시에봐요", "20240516150000 111@0-6"},
+      {"3시회의 잊지마", "20240515150000 010@0-2"},
+      {"한 시에 보자", "20240515130000 010@0-3"},
+      {"세시 반에 와", "20240515153000 010@0-4"},
+      {"다음 주에 봐", "20240520FFFFFF~20240526FFFFFF 000/000@0-4"},
+      {"6.20 개봉", "20240620FFFFFF 100@0-4"},
+  };
+  for (const auto& c : cases) {
+    std::string content;
+    EXPECT_EQ(Summary(Extract(dicts, c.text, "202405151030"), &content), c.expected) << c.text;
+  }
+}
+
 // Drafting aid, not a check: EKR_CORPUS_DRAFT=FILE, where each line of FILE
 // is REFERENCE TAB TEXT, prints the lines of a case file with what the
 // system answers now.  Whoever adds sentences reads every drafted answer

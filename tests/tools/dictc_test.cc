@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -153,6 +154,76 @@ TEST_F(Dictc, CheckFindsWhatDoesNotFitTogether) {
   Write("patterns.txt", "NUM*HourW\t3\n");
   EXPECT_EQ(Run({"check", Path("tags.txt"), Path("patterns.txt"), Path("units.txt")}), 1);
   EXPECT_NE(err_.str().find("has 2 items but the count 3"), std::string::npos) << err_.str();
+}
+
+TEST_F(Dictc, SeveralSourcesCompileAsOne) {
+  Write("a.txt", "다음 주\t다음주\n한 \t1 \n");
+  Write("b.txt", "# generated\n한 \t1 \n오늘날\t______\n");
+  ASSERT_EQ(Run({"compile", "--kind", "replace", Path("a.txt"), Path("b.txt"), Path("r.bin")}), 0)
+      << err_.str();
+  ASSERT_EQ(Run({"dump", Path("r.bin")}), 0);
+  EXPECT_EQ(out_.str(), "다음 주\t다음주\n오늘날\t______\n한 \t1 \n");
+  Write("b.txt", "다음 주\t다음\n");
+  EXPECT_EQ(Run({"compile", "--kind", "replace", Path("a.txt"), Path("b.txt"), Path("x.bin")}), 1);
+  EXPECT_NE(err_.str().find(Path("b.txt") + ":1: key \"다음 주\" has value \"다음\" here but "
+                            "\"다음주\" in " + Path("a.txt") + ":1"),
+            std::string::npos)
+      << err_.str();
+}
+
+// A set in which 시 after a number is an hour and 오늘 is today, with
+// native numbers written apart read as digits (한 시 is 1 시).
+class DictcTraps : public Dictc {
+ protected:
+  void SetUp() override {
+    Write("tags.txt", "시\tHourW\n오늘\trD-Unit[0]\n");
+    Write("patterns.txt", "NUM*HourW\t2\nrD-Unit\t1\n");
+    Write("units.txt", "NUM*HourW\thUnit\nrD-Unit\trDUnit\n");
+    Write("replace.txt", "한 \t1 \n");
+    Write("words.txt", "에\n");
+    Write("settings.txt", "DEFAULTCENTURY 2000\n");
+    // A hunspell dictionary: a count first, flags after a slash, and 시장
+    // in conjoining jamo, as hunspell-ko writes its words.
+    Write("list.dic", "5\n시민/10\n시도/10\n오늘날/10\n단순한/3\n"
+                      "\xE1\x84\x89\xE1\x85\xB5\xE1\x84\x8C\xE1\x85\xA1\xE1\x86\xBC/10\n");
+  }
+};
+
+TEST_F(DictcTraps, GuardsCloseTheTrapsAndTheCheckFindsThoseLeftOpen) {
+  ASSERT_EQ(Run({"traps", dir_.path(), "--words", Path("list.dic")}), 0) << err_.str();
+  std::string guards;
+  std::istringstream rows(out_.str());
+  for (std::string row; std::getline(rows, row);) {
+    guards += row.substr(0, row.find('\t', row.find('\t') + 1)) + "\n";  // key and value
+  }
+  // 한 시민 and 3 시민 are read across the word: 시민 is blanked wherever it
+  // stands; 오늘날 holds 오늘; 단순한 시 reads 한 시 from the end of a word.
+  // 시도 is 시 and the particle 도 as often as it is a word: no guard.
+  EXPECT_EQ(guards, "순한 \t_____\n시민\t____\n시장\t____\n오늘날\t______\n") << out_.str();
+
+  EXPECT_EQ(Run({"check", dir_.path(), "--words", Path("list.dic")}), 1);
+  EXPECT_NE(err_.str().find("common word \"시민\""), std::string::npos) << err_.str();
+  EXPECT_NE(err_.str().find("guard it with \"오늘날\""), std::string::npos) << err_.str();
+
+  Write("replace-guards.txt", guards);
+  EXPECT_EQ(Run({"check", dir_.path(), "--words", Path("list.dic")}), 0) << err_.str();
+  EXPECT_EQ(out_.str(), "consistent: " + dir_.path() + ", no word traps\n");
+  // The guards are found again with their own file left out.
+  ASSERT_EQ(Run({"traps", dir_.path(), "--words", Path("list.dic"), "--without",
+                 "replace-guards.txt"}),
+            0);
+  const std::string again = out_.str();
+  EXPECT_EQ(std::count(again.begin(), again.end(), '\n'), 4) << again;
+  ASSERT_EQ(Run({"traps", dir_.path(), "--words", Path("list.dic")}), 0);
+  EXPECT_EQ(out_.str(), "");
+}
+
+TEST_F(DictcTraps, BadArguments) {
+  EXPECT_EQ(Run({"traps", dir_.path()}), 2);
+  EXPECT_EQ(Run({"traps", dir_.path(), "--words"}), 2);
+  EXPECT_EQ(Run({"check", dir_.path(), "--without", "x"}), 2);
+  EXPECT_EQ(Run({"traps", dir_.path(), "--words", Path("missing.dic")}), 1);
+  EXPECT_NE(err_.str().find("missing.dic: cannot open"), std::string::npos) << err_.str();
 }
 
 TEST_F(Dictc, UsageAndUnreadableInput) {
