@@ -8,6 +8,7 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <atomic>
@@ -19,6 +20,7 @@
 #include "session/cp949.h"
 #include "common/dict_source.h"
 #include "common/file_util.h"
+#include "common/source_set.h"
 #include "common/trie_format.h"
 #include "extractor_kr.h"
 #include "extractor_kr/stages.h"
@@ -65,7 +67,6 @@ extern "C" void free(void* p) {
 
 namespace {
 
-using eti::tools::DictKind;
 
 struct Corpus {
   std::string settings, replace, tags, patterns, units, words;
@@ -80,23 +81,25 @@ std::string Source(const std::string& name) {
   return text;
 }
 
-std::string Trie(const std::string& name, DictKind kind) {
-  std::vector<eti::tools::SourceError> errors;
-  return eti::tools::BuildTrieBlob(
-      eti::tools::TrieEntries(eti::tools::ReadTrieSource(Source(name), name, kind, &errors)));
-}
-
+// The bundled sources, or those of the directory EKR_BENCH_DICTS names (to
+// time another version of the set over the same texts).
 const Corpus& TheCorpus() {
   static const Corpus corpus = [] {
     Corpus c;
-    c.settings = Source("dicts/ko/settings.txt");
-    c.replace = Trie("dicts/ko/replace.txt", DictKind::kReplace);
-    c.tags = Trie("dicts/ko/tags.txt", DictKind::kTag);
-    c.patterns = Trie("dicts/ko/patterns.txt", DictKind::kPattern);
-    c.units = Trie("dicts/ko/units.txt", DictKind::kUnit);
+    const char* dicts = std::getenv("EKR_BENCH_DICTS");
     std::vector<eti::tools::SourceError> errors;
-    c.words = eti::tools::WordListText(
-        eti::tools::ReadWordSource(Source("dicts/ko/words.txt"), "words", &errors));
+    const eti::tools::CompiledSet set = eti::tools::CompileSourceDir(
+        dicts != nullptr ? dicts : std::string(ETI_SOURCE_DIR) + "/dicts/ko", &errors);
+    if (!errors.empty()) {
+      std::fprintf(stderr, "%s\n", errors[0].Format().c_str());
+      std::abort();
+    }
+    c.settings = set.settings;
+    c.replace = set.replace;
+    c.tags = set.tags;
+    c.patterns = set.patterns;
+    c.units = set.units;
+    c.words = set.words;
     const std::string dir = std::string(ETI_SOURCE_DIR) + "/corpus/ko";
     for (const std::string& f : eti::tools::ListFiles(dir, ".tsv")) {
       for (const auto& line : eti::tools::ParseCaseFile(Source("corpus/ko/" + f), f, &errors)) {

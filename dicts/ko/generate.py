@@ -150,6 +150,17 @@ Sino-Korean words keeps its month and loses the part (삼월 초: March).""")
     e.add("중순", "이번달11일부터이번달20일까지")
 
 
+def weekends_of_months(e):
+    e.section("""--- The first and the last weekend of a month: the Saturday and Sunday of
+its first week (the week that holds the 1st) or of its last.""")
+    months = {"이달": "이번달", "이번 달": "이번달", "이번달": "이번달", "다음 달": "다음달",
+              "다음달": "다음달", "담달": "다음달"}
+    for word, value in months.items():
+        for which, week in (("첫", "첫째주"), ("첫째 주", "첫째주"), ("마지막", "마지막주")):
+            for key in spaced(word, which, "주말"):
+                e.add(key, f"{value}{week}토요일부터{value}{week}일요일까지")
+
+
 def beginning_of_week(e):
     e.section("--- The beginning of a week: its Monday and Tuesday")
     for word, value in {"이번 주": "이번주", "이번주": "이번주", "다음 주": "다음주",
@@ -187,6 +198,11 @@ of the next year; a bare 봄 is too often something else (봄: I saw).""")
             end_year = next_year[year] if end < first else year
             for key in spaced(word, season):
                 e.add(key, f"{year}{first}월부터{end_year}{end}월까지")
+    for year in range(2000, 2036):
+        for season, (first, end) in seasons.items():
+            end_year = year + 1 if end < first else year
+            for key in spaced(f"{year}년", season):
+                e.add(key, f"{year}년{first}월부터{end_year}년{end}월까지")
 
 
 def counts(unit):
@@ -379,7 +395,7 @@ def lunch(e):
         e.add(word, "정오부터오후1시까지")
 
 
-RULES = [since_and_before, weekdays_after_week_words, weeks_then_weekday, parts_of_months, beginning_of_week,
+RULES = [since_and_before, weekdays_after_week_words, weeks_then_weekday, parts_of_months, weekends_of_months, beginning_of_week,
          quarters_and_seasons, rolling_windows, deadlines, counts_no_date, ranges_between,
          native_numbers, week_words, named_years, holidays, lunch]
 

@@ -148,7 +148,10 @@ class Finder {
 
   std::vector<Trap> Find(const std::vector<std::string>& wordList) {
     std::vector<U32> words;
-    for (const std::string& w : wordList) words.push_back(Decode(w));
+    for (const std::string& w : wordList) {
+      words.push_back(Decode(w));
+      AddVerbForms(words.back(), &words);
+    }
     std::sort(words.begin(), words.end());
     words.erase(std::unique(words.begin(), words.end()), words.end());
     std::vector<U32> reversed;  // for the words that end with a prefix
@@ -239,6 +242,21 @@ class Finder {
       if (e.begin == 0 && e.end == static_cast<int>(text.size())) return true;
     }
     return false;
+  }
+
+  // The word lists give a verb in a few forms (이월하다, 이월한, 이월할, 이월해);
+  // text has many more (이월했다, 금주하기로), each a place a time word
+  // hides in.  The common ones of 하다 and 되다 verbs are added.
+  static void AddVerbForms(const U32& w, std::vector<U32>* words) {
+    static const std::pair<const char32_t*, std::vector<const char32_t*>> kForms[] = {
+        {U"하다", {U"했", U"하기", U"하지", U"하면", U"하게", U"하는", U"하며", U"하던", U"합", U"해서"}},
+        {U"되다", {U"됐", U"되기", U"되지", U"되면", U"되게", U"되는", U"되며", U"되던", U"됩", U"돼서"}}};
+    for (const auto& [ending, forms] : kForms) {
+      const U32 e(ending);
+      if (w.size() <= e.size() || w.compare(w.size() - e.size(), e.size(), e) != 0) continue;
+      const U32 stem = w.substr(0, w.size() - e.size());
+      for (const char32_t* f : forms) words->push_back(stem + f);
+    }
   }
 
   // Time words and what stands before them: every tag key and the part of
