@@ -154,9 +154,6 @@ class Finder {
     }
     std::sort(words.begin(), words.end());
     words.erase(std::unique(words.begin(), words.end()), words.end());
-    std::vector<U32> reversed;  // for the words that end with a prefix
-    for (const U32& w : words) reversed.emplace_back(w.rbegin(), w.rend());
-    std::sort(reversed.begin(), reversed.end());
 
     const std::vector<U32> stoppers = Stoppers();
     for (const U32& w : words) {
@@ -169,11 +166,6 @@ class Finder {
       for (auto it = std::lower_bound(words.begin(), words.end(), s);
            it != words.end() && StartsWith(*it, s); ++it) {
         if (*it != s) TryAfter(p, *it);
-      }
-      const U32 rp(p.rbegin(), p.rend());
-      for (auto it = std::lower_bound(reversed.begin(), reversed.end(), rp);
-           it != reversed.end() && StartsWith(*it, rp); ++it) {
-        if (*it != rp) TryBefore(U32(it->rbegin(), it->rend()), p, s);
       }
     }
     return Reduce();
@@ -420,30 +412,6 @@ class Finder {
       }
       const U32 key = w.substr(0, GuardEnd(w, static_cast<size_t>(e.end - start)));
       if (SafeAlone(key)) Add(text, w, e, key, Blank(key));
-      return;
-    }
-  }
-
-  // a s, where p s is an expression and a ends with p: an expression that
-  // starts inside a.  The guard takes the character before p, p and the
-  // space (단순한 시도: 순한 ).
-  void TryBefore(const U32& a, const U32& p, const U32& s) {
-    if (Covered(a)) return;  // a time word itself (지난주 ends with 주)
-    const U32 text = a + U" " + s;
-    const int pStart = static_cast<int>(a.size() - p.size());
-    for (const Span& e : Expressions(text)) {
-      if (e.begin != pStart || pStart == 0) continue;
-      const U32 key = text.substr(static_cast<size_t>(pStart - 1), p.size() + 2);
-      // The guard stands wherever a word ends so: not where a time word
-      // does (음주 would take the end of 다음주, 개월 is a unit itself).
-      const U32 end = key.substr(0, key.size() - 1);
-      for (const U32& k : tagKeys_) {
-        if (k.size() >= end.size() && k.compare(k.size() - end.size(), end.size(), end) == 0) return;
-      }
-      for (const U32& k : replaceKeys_) {
-        if (k.size() >= end.size() && k.compare(k.size() - end.size(), end.size(), end) == 0) return;
-      }
-      Add(text, a, e, key, Blank(key));
       return;
     }
   }
