@@ -6,6 +6,9 @@
 // and the text once.
 #include <benchmark/benchmark.h>
 #include <malloc.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -123,6 +126,45 @@ void Call(const Corpus& c, const std::string& text, const std::string& ref) {
 
 double FloorSeconds();
 double TimesTheFloor(std::chrono::steady_clock::time_point start, int64_t calls);
+
+std::string JoinedUtf8(const Corpus& c, size_t bytes);
+
+// The command-line tool, as a process of its own, on one long line: its
+// time, throughput and peak resident memory (the kernel's count for the
+// child, which starts as a copy of this process: so this benchmark runs
+// first, while this process is small).
+void BM_ToolLongText(benchmark::State& state) {
+  const Corpus& c = TheCorpus();
+  const std::string input = "/tmp/ekr_bench_tool_input.txt";
+  {
+    std::FILE* f = std::fopen(input.c_str(), "wb");
+    const std::string text = JoinedUtf8(c, static_cast<size_t>(state.range(0))) + "\n";
+    std::fwrite(text.data(), 1, text.size(), f);
+    std::fclose(f);
+  }
+  long peakKb = 0;
+  for (auto _ : state) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+      if (std::freopen(input.c_str(), "rb", stdin) == nullptr ||
+          std::freopen("/dev/null", "wb", stdout) == nullptr) {
+        _exit(127);
+      }
+      execl(ETI_CLI_PATH, ETI_CLI_PATH, "--ref", "202405151030", static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    int status = 0;
+    rusage usage{};
+    wait4(pid, &status, 0, &usage);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) state.SkipWithError("the tool failed");
+    peakKb = std::max(peakKb, usage.ru_maxrss);
+  }
+  std::remove(input.c_str());
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+  state.counters["peak_resident_bytes"] = static_cast<double>(peakKb) * 1024;
+}
+BENCHMARK(BM_ToolLongText)->Arg(1 << 20)->Arg(10 << 20)->Iterations(1)->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 
 // One call per corpus sentence, in turn.
 void BM_CorpusSentence(benchmark::State& state) {
@@ -285,8 +327,11 @@ void BM_SessionPeakHeap(benchmark::State& state) {
   }
   state.counters["peak_heap_bytes"] = static_cast<double>(peak);
   state.counters["text_bytes"] = static_cast<double>(text.size());
+  state.counters["heap_per_byte"] = static_cast<double>(peak) / static_cast<double>(text.size());
 }
-BENCHMARK(BM_SessionPeakHeap)->Arg(1 << 10)->Arg(100 << 10)->Iterations(3);
+BENCHMARK(BM_SessionPeakHeap)->Arg(1 << 10)->Arg(100 << 10)->Arg(1 << 20)->Arg(10 << 20)
+    ->Iterations(1)->Unit(benchmark::kMillisecond);
+
 
 // N corpus sentences joined into one text per call.
 std::string Joined(const Corpus& c, int64_t n) {

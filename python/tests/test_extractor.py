@@ -65,12 +65,9 @@ def test_aware_references_are_read_in_korea(extractor):
     assert extractor.extract("3시", utc) == extractor.extract("3시", REF)
 
 
-def _cli_summary(line):
-    out = []
-    for r in json.loads(line):
-        out.append((r["resultType"] == "2", r["startTime"], r["endTime"], int(r["beginIndex"]),
-                    int(r["endIndex"]), r["cycle"], r["content"]))
-    return out
+def _cli_summary(answer):
+    return [(r["resultType"] == "2", r["startTime"], r["endTime"], int(r["beginIndex"]),
+             int(r["endIndex"]), r["cycle"], answer["content"]) for r in answer["results"]]
 
 
 def _time(p):
@@ -97,7 +94,7 @@ def test_same_answers_as_the_command_line_tool_on_the_corpus(extractor):
         e = extractor.extract(text, ref)
         mine = [(t.is_span, _time(t.start), _time(t.end), t.begin_index, t.end_index,
                  _CYCLE[t.cycle], e.content) for t in e.expressions]
-        assert mine == _cli_summary(json.dumps(json.loads(line)["results"])), text
+        assert mine == _cli_summary(json.loads(line)), text
 
 
 def test_threads_share_one_extractor(extractor):

@@ -285,26 +285,29 @@ DTINFO* FindExpressions(RETTAGS* tokens, const char* text, int32_t n, ETS_CONTEX
   marks->clear();
   if (text == nullptr) n = 0;
   std::vector<RETTAGS*> chains(static_cast<size_t>(n), nullptr);
-  std::vector<RETTAGS*> tails(static_cast<size_t>(n), nullptr);
   std::vector<int32_t> coverage(static_cast<size_t>(n) + 1, -1);
 
-  // Re-link the tokens into one chain per start position.
+  // Re-link the tokens into one chain per start position.  The tokens of
+  // one position come one after the other, so the chain being built is
+  // always the cursor's own.
   RETTAGS* t = tokens;
+  RETTAGS* last = nullptr;  // the last token of chains[cursor]
   for (int32_t cursor = 0; t != nullptr && cursor < n;) {
     if (t->startPos != cursor) {
       ++cursor;
+      last = nullptr;
       continue;
     }
     RETTAGS* next = t->next;
     t->next = nullptr;
     const int32_t end = std::min(n, t->startPos + std::max(t->length, 0));
     for (int32_t k = t->startPos; k < end; ++k) coverage[k] = 1;
-    if (tails[cursor] == nullptr) {
+    if (last == nullptr) {
       chains[cursor] = t;
     } else {
-      tails[cursor]->next = t;
+      last->next = t;
     }
-    tails[cursor] = t;
+    last = t;
     t = next;
   }
   if (freeTokens) Free_RETTAGS(t);  // tokens out of order, if any

@@ -6,6 +6,7 @@
 // search chooses among them.
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -30,6 +31,10 @@ class TokenMemory {
  public:
   explicit TokenMemory(Arena* arena) : arena_(arena) {}
   void* Get(size_t n) { return arena_ != nullptr ? arena_->Get(n) : std::malloc(n); }
+  char* GetBytes(size_t n) {
+    return arena_ != nullptr ? arena_->GetBytes(n) : static_cast<char*>(std::malloc(n));
+  }
+  Arena* arena() const { return arena_; }
   // Gives back a token that will not be kept.
   void Drop(RETTAGS* t) {
     if (arena_ == nullptr) Free_RETTAGS(t);
@@ -57,7 +62,7 @@ RETTAGS* NewToken(TokenMemory& m, int32_t startPos, const char* text, int32_t le
                   TAGATTR* attrs) {
   auto* t = static_cast<RETTAGS*>(m.Get(sizeof(RETTAGS)));
   t->startPos = startPos;
-  t->text = static_cast<char*>(m.Get(static_cast<size_t>(length) + 1));
+  t->text = m.GetBytes(static_cast<size_t>(length) + 1);
   std::memcpy(t->text, text, static_cast<size_t>(length));
   t->text[length] = '\0';
   t->length = length;
@@ -69,6 +74,17 @@ RETTAGS* NewToken(TokenMemory& m, int32_t startPos, const char* text, int32_t le
 RETTAGS* Simple(TokenMemory& m, int32_t startPos, const char* text, int32_t length,
                 const char* name, int32_t value) {
   return NewToken(m, startPos, text, length, NewAttr(m, name, std::strlen(name), value));
+}
+
+// A token whose one attribute no stage changes (SP, T_SEP, D_SEP: only a
+// Dur token is ever rewritten): in an arena every such token shares one
+// attribute, which takes most of a token's memory.
+RETTAGS* Fixed(TokenMemory& m, int kind, int32_t startPos, const char* text, int32_t length,
+               const char* name) {
+  if (m.arena() == nullptr) return Simple(m, startPos, text, length, name, 0);
+  TAGATTR*& shared = m.arena()->Shared(kind);
+  if (shared == nullptr) shared = NewAttr(m, name, std::strlen(name), 0);
+  return NewToken(m, startPos, text, length, shared);
 }
 
 void FreeAttrs(TAGATTR* a) {
@@ -115,10 +131,10 @@ RETTAGS* MakeToken(TokenMemory& m, int32_t startPos, const char* key, int32_t le
 RETTAGS* Separator(TokenMemory& m, const char* at, int32_t* pos) {
   switch (*at) {
     case ':':
-      return Simple(m, *pos, at, 1, "T_SEP", 0);
+      return Fixed(m, 0, *pos, at, 1, "T_SEP");
     case '.':
     case '/':
-      return Simple(m, *pos, at, 1, "D_SEP", 0);
+      return Fixed(m, 1, *pos, at, 1, "D_SEP");
     case '-':
     case '~':
       return Simple(m, *pos, at, 1, "Dur", 3);
@@ -143,7 +159,7 @@ RETTAGS* Spaces(TokenMemory& m, const char* at, int32_t* pos) {
   while (at[n] == ' ') ++n;
   const int32_t start = *pos;
   *pos += n - 1;
-  return Simple(m, start, at, n, "SP", 0);
+  return Fixed(m, 2, start, at, n, "SP");
 }
 
 // The scan of GetTypeFromBBT, its tokens' memory taken from `m`.
@@ -247,20 +263,34 @@ RETTAGS* StackFinder(const char* text, const void* tagTrie) {
 
 namespace eti {
 
-void* Arena::Get(size_t n) {
-  n = (n + alignof(std::max_align_t) - 1) & ~(alignof(std::max_align_t) - 1);
+char* Arena::Take(size_t n) {
   if (n > left_) {
     const size_t size = std::max(n, next_);
-    blocks_.emplace_back(new char[size]);
+    blocks_.emplace_back(new char[size]);  // new[] memory is aligned for any record
     at_ = blocks_.back().get();
     left_ = size;
     next_ = std::min<size_t>(next_ * 2, 64 * 1024);
   }
-  void* p = at_;
+  char* p = at_;
   at_ += n;
   left_ -= n;
   return p;
 }
+
+void* Arena::Get(size_t n) {
+  constexpr size_t kAlign = alignof(std::max_align_t);
+  // Skip to the next aligned place (texts in between leave it anywhere).
+  const size_t pad = (kAlign - reinterpret_cast<uintptr_t>(at_) % kAlign) % kAlign;
+  if (pad <= left_) {
+    at_ += pad;
+    left_ -= pad;
+  } else {
+    left_ = 0;
+  }
+  return Take((n + kAlign - 1) & ~(kAlign - 1));
+}
+
+char* Arena::GetBytes(size_t n) { return Take(n); }
 
 RETTAGS* TagInArena(const char* text, const BTrie* trie, Arena* arena) {
   return Scan(text, trie, TokenMemory(arena));

@@ -22,6 +22,12 @@ class Arena {
 
   // `n` bytes aligned for any record.
   void* Get(size_t n);
+  // `n` bytes with no alignment (the text of a token).
+  char* GetBytes(size_t n);
+  // Attributes that no stage changes (a space, a separator), made once per
+  // arena and shared by every token that has them; NULL when none is made
+  // yet.  Only the arena's tokens share: tokens on the heap own theirs.
+  TAGATTR*& Shared(int kind) { return shared_[kind]; }
 
  private:
   // The first few kilobytes live in the arena itself, which is enough for
@@ -31,6 +37,9 @@ class Arena {
   char* at_ = first_;
   size_t left_ = sizeof(first_);
   size_t next_ = 8192;  // the size of the next block; doubles up to 64 KB
+  TAGATTR* shared_[3] = {nullptr, nullptr, nullptr};
+
+  char* Take(size_t n);
 };
 
 // GetTypeFromBBT with every token, its text and its attributes taken from

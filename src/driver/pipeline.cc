@@ -255,14 +255,18 @@ InputMap::InputMap(const retTypeBBT* replacements, int32_t n, int32_t w) {
 
 Marks InputMap::Map(const Marks& normalised) const {
   Marks out;
-  size_t s = 0;
+  const auto sourceEnd = [](const Segment& g) {
+    return g.constant ? g.source + 1 : g.source + (g.inputEnd - g.inputBegin);
+  };
   for (const MarkRun& m : normalised) {
     if (m.value != 1) continue;
-    // Segments lie in normalised order: skip those that end before the run.
-    const auto sourceEnd = [](const Segment& g) {
-      return g.constant ? g.source + 1 : g.source + (g.inputEnd - g.inputBegin);
-    };
-    while (s < segments_.size() && sourceEnd(segments_[s]) <= m.begin) ++s;
+    // Segments lie in normalised order, their ends rising: the first that
+    // ends after the run's start is found by bisection, so that mapping
+    // every result of a long text stays in proportion to it.
+    const size_t s = static_cast<size_t>(
+        std::partition_point(segments_.begin(), segments_.end(),
+                             [&](const Segment& g) { return sourceEnd(g) <= m.begin; }) -
+        segments_.begin());
     for (size_t t = s; t < segments_.size() && segments_[t].source < m.end; ++t) {
       const Segment& g = segments_[t];
       int32_t from = g.inputBegin;

@@ -13,9 +13,13 @@ TextProblem ReadText(std::string_view utf8, EngineText* out, size_t* where) {
     *where = kMaxTextBytes;
     return TextProblem::kTooLong;
   }
+  // One entry per character in the position maps: the characters are
+  // counted first (every byte that does not continue a character opens one).
+  size_t chars = 0;
+  for (const char b : utf8) chars += (static_cast<unsigned char>(b) & 0xC0) != 0x80;
   out->cp949.reserve(utf8.size());
-  out->utf8Start.reserve(utf8.size() + 1);
-  out->utf16Start.reserve(utf8.size() + 1);
+  out->utf8Start.reserve(chars + 1);
+  out->utf16Start.reserve(chars + 1);
   int32_t utf16 = 0;
   for (size_t i = 0; i < utf8.size();) {
     const unsigned char c = static_cast<unsigned char>(utf8[i]);

@@ -26,20 +26,23 @@ CliRun Cli(std::vector<std::string> args, const std::string& input = "") {
   return {status, out.str(), err.str()};
 }
 
-constexpr char kMeeting[] =
-    "[{\"resultType\":\"1\",\"startTime\":\"20240516150000\",\"endTime\":\"20240516150000\","
-    "\"beginIndex\":\"0\",\"endIndex\":\"8\",\"content\":\"   강남역에서 만나요\","
-    "\"inputInformStart\":\"111\",\"inputInformEnd\":\"111\",\"cycle\":\"00000000000000\"}]\n";
+// The results of an answer, then its content once.
+constexpr char kMeetingResults[] =
+    "\"results\":[{\"resultType\":\"1\",\"startTime\":\"20240516150000\","
+    "\"endTime\":\"20240516150000\",\"beginIndex\":\"0\",\"endIndex\":\"8\","
+    "\"inputInformStart\":\"111\",\"inputInformEnd\":\"111\",\"cycle\":\"00000000000000\"}],"
+    "\"content\":\"   강남역에서 만나요\"";
+const std::string kMeeting = std::string("{") + kMeetingResults + "}\n";
 
-TEST(Cli, AnswersEachTextWithAJsonArray) {
+TEST(Cli, AnswersEachTextWithItsResultsAndContent) {
   const CliRun r = Cli({"--ref", "202405151030", "내일 오후 3시에 강남역에서 만나요", "아무 일 없음"});
   EXPECT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(r.out, std::string(kMeeting) + "[]\n");
+  EXPECT_EQ(r.out, kMeeting + "{\"results\":[],\"content\":\"아무 일 없음\"}\n");
 }
 
 TEST(Cli, ReadsLinesAndJsonLines) {
   const CliRun lines = Cli({"--ref", "202405151030"}, "내일 오후 3시에 강남역에서 만나요\r\n\n");
-  EXPECT_EQ(lines.out, std::string(kMeeting) + "[]\n");
+  EXPECT_EQ(lines.out, kMeeting + "{\"results\":[],\"content\":\"\"}\n");
 
   // Any extra fields are allowed, an id of any kind is echoed, the reference
   // may be a number, blank lines are skipped.
@@ -56,21 +59,19 @@ TEST(Cli, ReadsLinesAndJsonLines) {
   std::getline(answers, first);
   std::getline(answers, second);
   std::getline(answers, third);
-  std::string meeting = kMeeting;
-  meeting.pop_back();
-  EXPECT_EQ(first, "{\"id\":7,\"results\":" + meeting + "}");
+  EXPECT_EQ(first, std::string("{\"id\":7,") + kMeetingResults + "}");
   // The content's quotes are escaped; the second line's own reference is used.
   EXPECT_EQ(second.rfind("{\"id\":[\"a\",2],\"results\":[{", 0), 0u) << second;
   EXPECT_NE(second.find("\"startTime\":\"20240516150000\""), std::string::npos) << second;
   EXPECT_NE(second.find("\"content\":\"\\\"\\\"\""), std::string::npos) << second;
-  EXPECT_EQ(third, "{\"results\":[]}");
+  EXPECT_EQ(third, "{\"results\":[],\"content\":\"없음\"}");
 }
 
 TEST(Cli, CharactersOfAnyScriptPassThrough) {
   const CliRun r = Cli({"--ref", "202405151030", "🎉 내일 오후 3시에 봐 😀"});
   EXPECT_EQ(r.status, 0) << r.err;
-  EXPECT_NE(r.out.find("\"beginIndex\":\"2\",\"endIndex\":\"10\",\"content\":\"🎉    봐 😀\""),
-            std::string::npos)
+  EXPECT_NE(r.out.find("\"beginIndex\":\"2\",\"endIndex\":\"10\","), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("\"content\":\"🎉    봐 😀\"}"), std::string::npos)
       << r.out;
   const CliRun table = Cli({"--table", "--ref", "202405151030", "🎉 내일 오후 3시에 봐"});
   EXPECT_NE(table.out.find("  내일 오후 3시  ->  2024-05-16 15:00"), std::string::npos)

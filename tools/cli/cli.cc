@@ -1,7 +1,8 @@
 // extractor-kr.  Each text (UTF-8, any characters) goes through the
 // session API with the chosen dictionaries and reference time, and is
-// answered with one line: a JSON array of the found expressions, the
-// whole-call entry's own bytes (--raw), or a table for people (--table).
+// answered with one line: a JSON object with the found expressions and the
+// content once, the whole-call entry's own bytes (--raw), or a table for
+// people (--table).
 // Every problem names the option, argument or input line it came from.
 #include "cli/cli.h"
 
@@ -34,13 +35,15 @@ using session::TimeString;
 constexpr char kUsage[] =
     "usage: extractor-kr [options] [TEXT ...]\n"
     "Finds date and time expressions in Korean texts (UTF-8).  Without TEXT,\n"
-    "reads one text per line from standard input.  Answers one line per text.\n"
+    "reads one text per line from standard input.  Answers one line per text:\n"
+    "{\"results\": [...], \"content\": ...}, the content (the text without its\n"
+    "expressions) once per answer.\n"
     "  --ref YYYYMMDDhhmm  reference time (default: now, in Korea)\n"
     "  --dict DIR          dictionaries: compiled (tags.bin ...) or sources (tags.txt ...);\n"
     "                      default: the set built into the library\n"
     "  --settings FILE     settings text instead of the dictionaries' own\n"
     "  --jsonl             input lines are JSON objects {\"text\": ..., \"ref\": ..., \"id\": ...};\n"
-    "                      each answer is {\"id\": ..., \"results\": [...]}\n"
+    "                      each answer is {\"id\": ..., \"results\": [...], \"content\": ...}\n"
     "  --table             a table for people instead of JSON\n"
     "  --raw               the whole-call entry's own answer (CP949 bytes)\n"
     "  -h, --help          this text\n";
@@ -120,24 +123,52 @@ const char* CycleString(ekr_cycle c) {
 
 // The answer in the shape of the native method's JSON array, every value a
 // string, positions in code points, the content in every element.
-Json ResultsJson(const Results& r) {
-  Json array = Json::array();
-  for (const ekr_result& e : r.items) {
-    const ekr_moment& end = e.is_span ? e.end : e.start;
-    array.push_back({{"resultType", e.is_span ? "2" : "1"},
-                     {"startTime", TimeString(e.start)},
-                     {"endTime", TimeString(end)},
-                     {"beginIndex", std::to_string(e.begin_char)},
-                     {"endIndex", std::to_string(e.end_char)},
-                     {"content", r.content},
-                     {"inputInformStart", Flags(e.start)},
-                     {"inputInformEnd", Flags(end)},
-                     {"cycle", CycleString(e.cycle)}});
-  }
-  return array;
+// One result in the whole call's element shape, less its content (the
+// answer gives the content once).
+Json ResultJson(const ekr_result& e) {
+  const ekr_moment& end = e.is_span ? e.end : e.start;
+  return {{"resultType", e.is_span ? "2" : "1"},
+          {"startTime", TimeString(e.start)},
+          {"endTime", TimeString(end)},
+          {"beginIndex", std::to_string(e.begin_char)},
+          {"endIndex", std::to_string(e.end_char)},
+          {"inputInformStart", Flags(e.start)},
+          {"inputInformEnd", Flags(end)},
+          {"cycle", CycleString(e.cycle)}};
 }
 
 std::string Dump(const Json& j) { return j.dump(-1, ' ', false, Json::error_handler_t::replace); }
+
+// A text as a JSON string, written in pieces of at most 64 KB cut at
+// character boundaries, so that a long content is never held twice.
+void WriteJsonString(std::ostream& out, std::string_view text) {
+  constexpr size_t kPiece = 64 * 1024;
+  out << '"';
+  while (!text.empty()) {
+    size_t n = std::min(kPiece, text.size());
+    while (n < text.size() && n > 0 && (static_cast<unsigned char>(text[n]) & 0xC0) == 0x80) --n;
+    if (n == 0) n = std::min(kPiece, text.size());
+    const std::string piece = Dump(Json(std::string(text.substr(0, n))));
+    out.write(piece.data() + 1, static_cast<std::streamsize>(piece.size() - 2));
+    text.remove_prefix(n);
+  }
+  out << '"';
+}
+
+// One answer, {"id": ..., "results": [...], "content": "..."}, written
+// element by element as it is made; the id only when the input had one.
+void WriteAnswer(std::ostream& out, const Json* id, const Results& r) {
+  out << '{';
+  if (id != nullptr) out << "\"id\":" << Dump(*id) << ',';
+  out << "\"results\":[";
+  for (size_t k = 0; k < r.items.size(); ++k) {
+    if (k > 0) out << ',';
+    out << Dump(ResultJson(r.items[k]));
+  }
+  out << "],\"content\":";
+  WriteJsonString(out, r.content);
+  out << "}\n";
+}
 
 // "2024-05-16 15:00" from a moment; "(open)" for an open start or end.
 std::string Readable(const ekr_moment& m) {
@@ -186,13 +217,8 @@ class Tool {
     if (!s.ok()) return Fail(where, s.detail, id);
     if (o_.table) {
       out_ << TableOf(text, ref, r);
-    } else if (o_.jsonl) {
-      Json line = Json::object();
-      if (id != nullptr) line["id"] = *id;
-      line["results"] = ResultsJson(r);
-      out_ << Dump(line) << "\n";
     } else {
-      out_ << Dump(ResultsJson(r)) << "\n";
+      WriteAnswer(out_, id, r);
     }
     return true;
   }

@@ -149,8 +149,9 @@ class Finder {
   std::vector<Trap> Find(const std::vector<std::string>& wordList) {
     std::vector<U32> words;
     for (const std::string& w : wordList) {
-      words.push_back(Decode(w));
-      AddVerbForms(words.back(), &words);
+      const U32 word = Decode(w);
+      words.push_back(word);
+      AddVerbForms(word, &words);  // not words.back(): pushing may move it
     }
     std::sort(words.begin(), words.end());
     words.erase(std::unique(words.begin(), words.end()), words.end());
