@@ -142,6 +142,48 @@ typedef struct ekr_result {
 EKR_EXPORT ekr_status ekr_extract(const ekr_extractor* ex, const char* text, size_t length,
                                   const char* reference, ekr_results** out);
 
+/* Where an open date or time falls: a bare day, weekday, month and day, or
+ * hour, which the text does not place before or after the reference. */
+typedef enum ekr_prefer {
+  EKR_PREFER_FUTURE = 0, /* the nearest moment not before the reference: the
+                            whole call's rule, for fresh messages */
+  EKR_PREFER_PAST = 1    /* the latest moment not after it, for reports and
+                            archives: at Friday 2024-05-24 10:30, "19일" is
+                            2024-05-19, "수요일" 2024-05-22, "금요일" today,
+                            "11시" 23:00 of the day before, "12월" December
+                            2023.  Words that say their direction keep it
+                            ("내일", "다음 주 금요일", "지난 금요일"), and the
+                            end of a span follows its start. */
+} ekr_prefer;
+
+/* How a text is read. */
+typedef struct ekr_options {
+  ekr_prefer prefer;
+  /* The years that written years are read in, that results may reach and
+   * that references may lie in.  2000..2035 are the whole call's rules:
+   * four-digit years 2000..2030 and two-digit years up to 30 (of the 2000s)
+   * are read, results after 2035 are dropped, references must lie in
+   * 1970..2043, and the calendar is the whole call's own.  Any other window
+   * inside 1900..2099: every four-digit year inside it is read, a
+   * two-digit year ("97년", "'97") in the century that puts it nearest to
+   * the reference (the earlier on a tie; the one inside the window when only
+   * one is), results before min_year or after max_year are dropped, a
+   * reference inside the window is accepted, and every day of 1900..2099 is
+   * counted on the Gregorian calendar. */
+  int32_t min_year, max_year;
+} ekr_options;
+
+/* The whole call's rules: EKR_PREFER_FUTURE, years 2000..2035.  Under
+ * them ekr_extract_with answers exactly as ekr_extract. */
+EKR_EXPORT void ekr_options_init(ekr_options* o);
+
+/* ekr_extract under options.  EKR_ERROR_ARGUMENT for NULL options, an
+ * unknown prefer, or a window upside down or outside 1900..2099;
+ * EKR_ERROR_REFERENCE for a reference outside the window's rules. */
+EKR_EXPORT ekr_status ekr_extract_with(const ekr_extractor* ex, const char* text, size_t length,
+                                       const char* reference, const ekr_options* o,
+                                       ekr_results** out);
+
 /* The number of results; 0 for NULL. */
 EKR_EXPORT size_t ekr_results_count(const ekr_results* r);
 

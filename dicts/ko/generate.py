@@ -6,6 +6,7 @@
                        parts of months, quarters, seasons, deadlines ...):
                        the rules are the functions below, each with the
                        class of expression it serves.
+  tags-years.txt       the years 1900..2099 in Sino-Korean words.
   replace-guards.txt   guards against time words that are only part of a
                        longer everyday word (한 시민, 오늘날, 인도네시아),
                        found by `dictc traps` over a Korean word list
@@ -395,9 +396,38 @@ def lunch(e):
         e.add(word, "정오부터오후1시까지")
 
 
+def sino_korean_number(n):
+    """A number below 10,000 in Sino-Korean words (1997: 천구백구십칠)."""
+    digits = "영일이삼사오육칠팔구"
+    out = ""
+    for value, unit in ((1000, "천"), (100, "백"), (10, "십"), (1, "")):
+        d = n // value % 10
+        if d == 0:
+            continue
+        out += ("" if d == 1 and unit else digits[d]) + unit
+    return out
+
+
+def sino_korean_years():
+    """Tags of the years 1900..2099 written in Sino-Korean words."""
+    lines = ["", "# --- Years written in Sino-Korean words (천구백구십칠년 is 1997): the years",
+             "# a window of 1900..2099 reads; the whole call's rules read 2000..2030 of them."]
+    for year in range(1900, 2100):
+        lines.append(f"{sino_korean_number(year)}년\tKYear[{year}]")
+    return BANNER + "\n".join(lines) + "\n"
+
+
+def apostrophe_years(e):
+    e.section("""--- A two-digit year after an apostrophe ('97 대선, '24년) is that year, as 97년
+is; only before a space or 년, since news quote with the same mark ('10억 뷰').""")
+    for n in range(100):
+        e.add(f"'{n:02d} ", f"{n:02d}년 ")
+        e.add(f"'{n:02d}년", f"{n:02d}년")
+
+
 RULES = [since_and_before, weekdays_after_week_words, weeks_then_weekday, parts_of_months, weekends_of_months, beginning_of_week,
          quarters_and_seasons, rolling_windows, deadlines, counts_no_date, ranges_between,
-         native_numbers, week_words, named_years, holidays, lunch]
+         native_numbers, week_words, named_years, apostrophe_years, holidays, lunch]
 
 
 def periods():
@@ -452,6 +482,7 @@ def main():
         print(f"wrote {path}")
 
     put("replace-periods.txt", periods())
+    put("tags-years.txt", sino_korean_years())
     if a.check and stale:
         # The guards depend on the periods: judge them against the new ones.
         sys.exit("generate.py: out of date: " + ", ".join(stale) + " (run dicts/ko/generate.py)")

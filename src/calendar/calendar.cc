@@ -10,6 +10,7 @@
 #include "calendar/calendar.h"
 
 #include "calendar/arith.h"
+#include "calendar/rules.h"
 
 namespace {
 
@@ -33,6 +34,60 @@ int64_t LeapsThrough(int64_t y) { return y / 4 - y / 100 + y / 400; }
 
 int64_t MonthLength(int64_t year, int month) {
   return (month == 1 && IsLeap(year)) ? 29 : kMonthLength[month];
+}
+
+int64_t FloorDiv(int64_t a, int64_t b) { return a / b - ((a % b != 0) && ((a < 0) != (b < 0))); }
+
+// Days since 1970-01-01 of a Gregorian date (month 0..11), from 1 March
+// 0000 on: the leap day closes each year counted so.
+int64_t DaysFromCivil(int64_t year, int64_t month, int64_t day) {
+  year -= month < 2;
+  const int64_t era = FloorDiv(year, 400);
+  const int64_t yoe = year - era * 400;                                   // [0, 399]
+  const int64_t mp = month < 2 ? month + 10 : month - 2;                  // 0 = March
+  const int64_t doy = (153 * mp + 2) / 5 + day - 1;                       // [0, 365]
+  const int64_t doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;              // [0, 146096]
+  return era * kDaysPer400Years + doe - 719468;
+}
+
+// The date of a count of days since 1970-01-01, into year (since 1900),
+// month (0..11), day of month, day of year and weekday of `tm`.
+void CivilFromDays(int64_t days, ETI_TM* tm) {
+  const int64_t z = days + 719468;  // days since 0000-03-01
+  const int64_t era = FloorDiv(z, kDaysPer400Years);
+  const int64_t doe = z - era * kDaysPer400Years;                     // [0, 146096]
+  const int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;  // [0, 399]
+  int64_t year = yoe + era * 400;
+  const int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);  // from 1 March
+  const int64_t mp = (5 * doy + 2) / 153;                     // 0 = March
+  const int64_t month = mp < 10 ? mp + 2 : mp - 10;           // 0 = January
+  if (month < 2) ++year;
+  tm->tm_year = eti::Wrap(year - 1900);
+  tm->tm_mon = static_cast<int32_t>(month);
+  tm->tm_mday = static_cast<int32_t>(doy - (153 * mp + 2) / 5 + 1);
+  const int64_t beforeMonth =
+      month == 0 ? 0 : kCommonCumulative[month] + (month >= 2 && IsLeap(year));
+  tm->tm_yday = static_cast<int32_t>(beforeMonth + tm->tm_mday - 1);
+  tm->tm_wday = static_cast<int32_t>(days + 4 - 7 * FloorDiv(days + 4, 7));  // 1970-01-01: Thursday
+  tm->tm_isdst = 0;
+}
+
+// date2Sec on the Gregorian calendar of every year, with every field
+// carried into the next (a month of 13 is January of the next year): the
+// arithmetic of runs whose rules reach before 1970.
+int64_t CivilDate2Sec(ETI_TM* tm) {
+  const int64_t month = tm->tm_mon;
+  const int64_t year = static_cast<int64_t>(tm->tm_year) + 1900 + FloorDiv(month, 12);
+  const int64_t days = DaysFromCivil(year, month - 12 * FloorDiv(month, 12), 1) +
+                       static_cast<int64_t>(tm->tm_mday) - 1;
+  const int64_t s = days * kDay + static_cast<int64_t>(tm->tm_hour) * 3600 +
+                    static_cast<int64_t>(tm->tm_min) * 60 + tm->tm_sec;
+  const int64_t day = FloorDiv(s, kDay), inDay = s - day * kDay;
+  CivilFromDays(day, tm);
+  tm->tm_hour = static_cast<int32_t>(inDay / 3600);
+  tm->tm_min = static_cast<int32_t>(inDay / 60 % 60);
+  tm->tm_sec = static_cast<int32_t>(inDay % 60);
+  return s - kKoreaOffset;
 }
 
 // Broken-down record of the given date at midnight, normalised; false when
@@ -92,6 +147,7 @@ ETI_TM* sec2Date(const int64_t* seconds) {
 
 int64_t date2Sec(ETI_TM* tm) {
   if (tm == nullptr) return -1;
+  if (!eti::CurrentRules().wholeCallYears) return CivilDate2Sec(tm);
   const int64_t year = static_cast<int64_t>(tm->tm_year) + 1900;
   const int32_t m = tm->tm_mon;
 

@@ -23,11 +23,19 @@
 #include "driver/time_string.h"
 #include "interpret/dtinfo.h"
 #include "resolve/compound.h"
+#include "calendar/rules.h"
 
 namespace eti {
 namespace {
 
-constexpr int32_t kLastYear = 2035;  // results past this year are dropped
+// Results past the last year are dropped (2035 for the whole call), and
+// with a window of the caller's, results before its first year too.
+int32_t LastYear() { return CurrentRules().maxYear; }
+bool BeforeWindow(const DTINFO* rec) {
+  const ReadingRules& rules = CurrentRules();
+  return !rules.wholeCallYears && IsSet(rec->year) && rec->year < rules.minYear &&
+         rec->duration != 0;
+}
 
 uint8_t LowByte(int32_t v) { return IsSet(v) ? static_cast<uint8_t>(v & 0xFF) : 0; }
 
@@ -121,7 +129,7 @@ void ResultBuilder::DurationMerge(Found&& node, DTINFO* rec) {
     *own[k] = WAdd(IsSet(*own[k]) ? *own[k] : 0, *prev[k]);
   }
   if (ownTime) node.node.startFlags[1] = 1;
-  if (rec->year > kLastYear) return;
+  if (rec->year > LastYear()) return;
   previous_ = rec;
   int32_t date[3] = {rec->year, rec->month, rec->day};
   int32_t time[3] = {rec->hour, rec->minute, rec->second};
@@ -141,7 +149,7 @@ bool ResultBuilder::Span(Found* node, DTINFO* rec, int32_t duration) {
     if (!IsSet(*ends[k])) *ends[k] = 0;
     if (IsSet(starts[k])) *ends[k] = WAdd(*ends[k], starts[k]);
   }
-  if (!IsSet(rec->year) || rec->year > kLastYear) return false;
+  if (!IsSet(rec->year) || rec->year > LastYear()) return false;
   int32_t date[3] = {rec->spanYear, rec->spanMonth, rec->spanDays};
   int32_t time[3] = {rec->spanReserved1, rec->spanReserved2, rec->spanReserved3};
   char* end = dateTimeRevalidate(date, time);
@@ -163,7 +171,7 @@ bool ResultBuilder::Span(Found* node, DTINFO* rec, int32_t duration) {
 }
 
 void ResultBuilder::Add(DTINFO* rec, const Marks& marks) {
-  if (IsSet(rec->year) && rec->year > kLastYear) return;
+  if ((IsSet(rec->year) && rec->year > LastYear()) || BeforeWindow(rec)) return;
   Found node = NewNode(rec, marks, map_);
   int32_t duration = rec->duration;
 

@@ -8,6 +8,7 @@
 #include <initializer_list>
 
 #include "calendar/arith.h"
+#include "calendar/rules.h"
 #include "extractor_kr/stages.h"
 #include "interpret/dtinfo.h"
 
@@ -131,19 +132,33 @@ void Relative(const DTINFO& x, const DTINFO& ref, DTINFO* r, Offsets* off, TimeS
 
 // The beginning (0) or end (1) of a period, where no day was said.
 void PeriodEdge(const DTINFO& ref, DTINFO* r) {
+  const bool past = CurrentRules().past;
   if (r->periodEnd == 0) {
     if (IsSet(r->year) && !IsSet(r->month)) r->month = 1;
     if (IsSet(r->month) && !IsSet(r->year)) {
-      // The current month's beginning has passed: next year's is meant.
-      r->year = r->month <= ref.month ? WAdd(ref.year, 1) : ref.year;
+      // The current month's beginning has passed: next year's is meant
+      // (the last one that has come, when the past is preferred).
+      if (past) {
+        r->year = r->month > ref.month ? WSub(ref.year, 1) : ref.year;
+      } else {
+        r->year = r->month <= ref.month ? WAdd(ref.year, 1) : ref.year;
+      }
     }
     r->day = 1;
   } else {
     if (!IsSet(r->year) && !IsSet(r->month)) {
       r->month = ref.month;  // the year stays open
     } else if (IsSet(r->month) && !IsSet(r->year)) {
-      // The current month's end is still to come.
-      r->year = r->month < ref.month ? WAdd(ref.year, 1) : ref.year;
+      // The current month's end is still to come (when the past is
+      // preferred: the last end that has come).
+      if (past) {
+        const bool passed = r->month < ref.month ||
+                            (r->month == ref.month &&
+                             ref.day >= LastDayOfMonth(ref.year, r->month));
+        r->year = passed ? ref.year : WSub(ref.year, 1);
+      } else {
+        r->year = r->month < ref.month ? WAdd(ref.year, 1) : ref.year;
+      }
     } else if (IsSet(r->year) && !IsSet(r->month)) {
       r->month = 12;
     }

@@ -3,6 +3,8 @@
 // checks that decide whether a match stands.
 #include "interpret/dtinfo.h"
 
+#include "calendar/rules.h"
+
 #include <cstdlib>
 #include <cstring>
 
@@ -70,8 +72,15 @@ int32_t ValidateAbsolDT(const DTINFO* head) {
     const bool absolute = (r->relKind == 0 || r->relKind == kUnset) && r->duration != 0;
     if (absolute) {
       // Two-digit years up to 30 and years of the 2000s up to 2030 pass;
-      // negative remainders pass too.
-      if (IsSet(r->year) && r->year % 2000 > 30) return 1;
+      // negative remainders pass too.  A run with a window of its own
+      // reads every two-digit year and every year inside the window.
+      const eti::ReadingRules& rules = eti::CurrentRules();
+      if (rules.wholeCallYears) {
+        if (IsSet(r->year) && r->year % 2000 > 30) return 1;
+      } else if (IsSet(r->year) && r->year > 99 &&
+                 (r->year < rules.minYear || r->year > rules.maxYear)) {
+        return 1;
+      }
       if (IsSet(r->month) && r->month > 12) return 1;
       if (IsSet(r->day) && r->day > 31) return 1;
       if (IsSet(r->hour) && r->hour > 24) return 1;

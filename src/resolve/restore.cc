@@ -11,13 +11,12 @@
 
 #include "calendar/arith.h"
 #include "calendar/calendar.h"
+#include "calendar/rules.h"
 #include "extractor_kr/stages.h"
 #include "interpret/dtinfo.h"
 
 namespace eti {
 namespace {
-
-constexpr int32_t kLastYear = 2035;
 
 // Which date fields were taken from the anchor.
 enum class Fill { kNeither, kYear, kYearMonth };
@@ -61,6 +60,9 @@ struct LunarDate {
     if (month > 12) {
       month -= 12;
       year = WAdd(year, 1);
+    } else if (month < 1) {
+      month += 12;
+      year = WSub(year, 1);
     }
     n->year = year;
     n->month = month;
@@ -84,9 +86,22 @@ class Restorer {
   void RollTime(DTINFO* n);
   void AfternoonDefault(DTINFO* n, bool timeStated);
   void SameDayAsReference(DTINFO* n, bool onlyTime);
+  // What the text left open, as the future rules placed it; what the past
+  // rules move back by.
+  enum class Open { kNone, kTime, kWeekday, kDay, kMonthDay };
+  bool AfterReference(const DTINFO& n, bool timeStated) const;
+  void PlaceInPast(DTINFO* n, Open open, bool timeStated, bool weekOfMonth,
+                   const int32_t hours[2], LunarDate* lunar);
+  bool Normalise(DTINFO* n, bool timeStated);
 
   DTINFO* first_;
   DTINFO* ref_;
+  // The moment the future rules count from: the reference, or, when the
+  // past is preferred, the start of the range a record ends (an end comes
+  // after its start).
+  const DTINFO* now_ = nullptr;
+  // The date anchor of the record: the date anchor, or that same start.
+  const DTINFO* anchor_ = nullptr;
   const ETS_CONTEXT* ctx_;
   const DTINFO* dateAnchor_;
   const DTINFO* timeAnchor_;
@@ -94,7 +109,7 @@ class Restorer {
 };
 
 void Restorer::Day(DTINFO* n, bool* dayTaken) {
-  const DTINFO& a = *dateAnchor_;
+  const DTINFO& a = *anchor_;
   if (IsSet(n->day)) {
     if (n->spanKind != 1) n->hasDate = 1;
   } else if (!IsSet(n->week) && !IsSet(n->weekday)) {
@@ -107,7 +122,8 @@ void Restorer::Day(DTINFO* n, bool* dayTaken) {
     // record too.
     if (ref_->weekday == 0) ref_->weekday = 7;
     // A weekday that has come or gone this week means next week's.
-    if (n->weekday <= ref_->weekday && n->week == ref_->week && n->month == ref_->month) {
+    const int32_t nowWeekday = now_->weekday == 0 ? 7 : now_->weekday;
+    if (n->weekday <= nowWeekday && n->week == now_->week && n->month == now_->month) {
       n->week = WAdd(n->week, 1);
     }
     if (IsRangeEnd(previous_, *n) && n->weekday < previous_->weekday &&
@@ -199,14 +215,14 @@ void Restorer::RollTime(DTINFO* n) {
 }
 
 void Restorer::RollForward(DTINFO* n, Fill fill, bool dayTaken, LunarDate* lunar) {
-  const DTINFO& a = *dateAnchor_;
+  const DTINFO& a = *anchor_;
   if (fill == Fill::kYearMonth && !dayTaken) {
     if (n->day < 1 || n->day > 31) return;
     // A day before the range's start, or before today in this month, means
     // next month.
     const bool advance =
         (IsRangeEnd(previous_, *n) && n->month == previous_->month && n->day < previous_->day) ||
-        (n->month == ref_->month && n->day < ref_->day);
+        (n->month == now_->month && n->day < now_->day);
     if (!advance) return;
     if (lunar->active) return lunar->Roll(n, 1, 0, ctx_);
     n->month = WAdd(n->month, 1);
@@ -220,11 +236,11 @@ void Restorer::RollForward(DTINFO* n, Fill fill, bool dayTaken, LunarDate* lunar
     bool advance =
         (firstOrRangeEnd && n->year == a.year &&
          (n->month < a.month || (n->month == a.month && n->day < a.day))) ||
-        (n->year == ref_->year && n->month < ref_->month) ||
-        (n->year == ref_->year && n->month == ref_->month && n->day < ref_->day);
+        (n->year == now_->year && n->month < now_->month) ||
+        (n->year == now_->year && n->month == now_->month && n->day < now_->day);
     // A whole month of this month stays in this year.
-    if (n->spanKind == 1 && !IsSet(n->week) && !IsSet(n->weekday) && n->year == ref_->year &&
-        n->month == ref_->month) {
+    if (n->spanKind == 1 && !IsSet(n->week) && !IsSet(n->weekday) && n->year == now_->year &&
+        n->month == now_->month) {
       advance = false;
     }
     if (!advance) return;
@@ -251,14 +267,14 @@ void Restorer::AfternoonDefault(DTINFO* n, bool timeStated) {
 }
 
 void Restorer::SameDayAsReference(DTINFO* n, bool onlyTime) {
-  if (!SameDate(*n, *ref_)) return;
+  if (!SameDate(*n, *now_)) return;
   if (n->ampm == 1) {
     if (n->hour < 12) n->hour += 12;
-    if (onlyTime && (n->hour < ref_->hour ||
-                     (n->hour == ref_->hour && n->minute < ref_->minute))) {
+    if (onlyTime && (n->hour < now_->hour ||
+                     (n->hour == now_->hour && n->minute < now_->minute))) {
       n->day = WAdd(n->day, 1);
     }
-  } else if (n->hour < ref_->hour || (n->hour == ref_->hour && n->minute < ref_->minute)) {
+  } else if (n->hour < now_->hour || (n->hour == now_->hour && n->minute < now_->minute)) {
     if (n->hour <= 12 && !IsSet(n->ampm)) {
       if (n->hour != 0) n->hour += 12;
     } else if (onlyTime) {
@@ -267,12 +283,109 @@ void Restorer::SameDayAsReference(DTINFO* n, bool onlyTime) {
   }
 }
 
+bool Restorer::AfterReference(const DTINFO& n, bool timeStated) const {
+  const int32_t a[6] = {n.year, n.month, n.day, n.hour, n.minute, n.second};
+  const int32_t b[6] = {ref_->year, ref_->month, ref_->day, ref_->hour, ref_->minute,
+                        ref_->second};
+  for (int k = 0; k < (timeStated ? 6 : 3); ++k) {
+    if (a[k] != b[k]) return a[k] > b[k];
+  }
+  return false;
+}
+
+// The record through the calendar: dateTimeRevalidate for its checks, then
+// ModifyDTInfo.  False when the calendar cannot form it.
+bool Restorer::Normalise(DTINFO* n, bool timeStated) {
+  int32_t date[3] = {n->year, n->month, n->day};
+  int32_t time[3] = {n->hour, n->minute, n->second};
+  std::free(dateTimeRevalidate(date, time));
+  n->year = date[0];
+  n->month = date[1];
+  n->day = date[2];
+  n->hour = time[0];
+  n->minute = time[1];
+  n->second = time[2];
+  if (n->hour == 0) n->ampm = 0;
+  return ModifyDTInfo(n, timeStated ? 0 : -1, ctx_) != nullptr;
+}
+
+// The latest moment not after the reference that the text allows, for a
+// record the future rules placed after it: a day of the month a month back,
+// a month and day a year back, a weekday a week back, an hour on the
+// reference's day or the day before (in either half of the day, when the
+// text did not say which).
+void Restorer::PlaceInPast(DTINFO* n, Open open, bool timeStated, bool weekOfMonth,
+                           const int32_t hours[2], LunarDate* lunar) {
+  switch (open) {
+    case Open::kNone:
+      return;
+    case Open::kMonthDay:
+      if (lunar->active) return lunar->Roll(n, 0, -1, ctx_);
+      n->year = WSub(n->year, 1);
+      // A weekday of a week of the month is that weekday a year back.
+      if (weekOfMonth) {
+        n->day = DayOfRelWeekday(n->year, n->month, n->week, n->weekday == 0 ? 7 : n->weekday);
+      }
+      return;
+    case Open::kDay:
+      if (lunar->active) return lunar->Roll(n, -1, 0, ctx_);
+      n->month = WSub(n->month, 1);
+      return;
+    case Open::kWeekday:
+      n->day = WSub(n->day, 7);
+      return;
+    case Open::kTime: {
+      if (!timeStated) return;
+      // The latest of the candidate hours, today or yesterday, not after
+      // the reference.
+      for (int back = 0; back <= 1; ++back) {
+        int32_t best = -1;
+        for (int k = 0; k < 2; ++k) {
+          const int32_t h = hours[k];
+          if (h < 0) continue;
+          const bool fits = back == 1 || h < ref_->hour ||
+                            (h == ref_->hour && (n->minute < ref_->minute ||
+                                                 (n->minute == ref_->minute &&
+                                                  n->second <= ref_->second)));
+          if (fits && h > best) best = h;
+        }
+        if (best >= 0) {
+          n->year = ref_->year;
+          n->month = ref_->month;
+          n->day = WSub(ref_->day, back);
+          n->hour = best;
+          n->ampm = best >= 12 ? 1 : 0;
+          return;
+        }
+      }
+      return;
+    }
+  }
+}
+
 bool Restorer::Restore(DTINFO* n) {
   n->hasDate = n->hasTime = n->hasAmPm = 0;
-  if (IsSet(n->year) && n->year > kLastYear) return true;
+  const ReadingRules& rules = CurrentRules();
+  if (IsSet(n->year) && n->year > rules.maxYear) return true;
   if (n->duration == 0) return true;  // a length of time is no moment
 
-  const DTINFO& a = *dateAnchor_;
+  const bool endFollowsStart = rules.past && IsRangeEnd(previous_, *n);
+  now_ = endFollowsStart ? previous_ : ref_;
+  anchor_ = endFollowsStart ? previous_ : dateAnchor_;
+  const DTINFO& a = *anchor_;
+  const bool weekdayOnly = !IsSet(n->day) && IsSet(n->weekday) && !IsSet(n->week);
+  const bool weekOfMonth = !IsSet(n->day) && IsSet(n->weekday) && IsSet(n->week);
+  // The hours the text allows, for the past rules: as said, or in either
+  // half of the day when it did not say which (nor the settings).
+  int32_t hours[2] = {n->hour, -1};
+  if (IsSet(n->hour) && !IsSet(n->ampm) && n->hour >= 0 && n->hour <= 12) {
+    const bool afternoon = ctx_ != nullptr && n->hour >= 1 && n->hour <= 11 &&
+                           ctx_->defaultAmPm[n->hour] == 2;
+    hours[0] = afternoon ? n->hour + 12 : n->hour % 12;
+    hours[1] = afternoon ? -1 : n->hour % 12 + 12;
+  } else if (IsSet(n->hour) && n->ampm == 1 && n->hour < 12) {
+    hours[0] = n->hour + 12;
+  }
   Fill fill = Fill::kNeither;
   if (!IsSet(n->year)) {
     n->year = a.year;
@@ -282,7 +395,10 @@ bool Restorer::Restore(DTINFO* n) {
       fill = Fill::kYearMonth;
     }
   } else {
-    if (n->year <= 99 && ctx_ != nullptr) n->year = WAdd(n->year, ctx_->defaultCentury);
+    if (n->year <= 99 && ctx_ != nullptr) {
+      n->year = rules.wholeCallYears ? WAdd(n->year, ctx_->defaultCentury)
+                                     : ExpandYear(n->year, ref_->year, rules);
+    }
     if (!IsSet(n->month)) n->month = a.month;
   }
   CarryMonths(n);
@@ -301,18 +417,23 @@ bool Restorer::Restore(DTINFO* n) {
   AfternoonDefault(n, timeStated);
   SameDayAsReference(n, onlyTime);
 
-  if (n->year > kLastYear) return true;  // left for the pipeline to drop
-  int32_t date[3] = {n->year, n->month, n->day};
-  int32_t time[3] = {n->hour, n->minute, n->second};
-  std::free(dateTimeRevalidate(date, time));
-  n->year = date[0];
-  n->month = date[1];
-  n->day = date[2];
-  n->hour = time[0];
-  n->minute = time[1];
-  n->second = time[2];
-  if (n->hour == 0) n->ampm = 0;
-  if (ModifyDTInfo(n, timeStated ? 0 : -1, ctx_) == nullptr) return false;
+  if (n->year > rules.maxYear) return true;  // left for the pipeline to drop
+  if (!Normalise(n, timeStated)) return false;
+
+  if (rules.past && !IsRangeEnd(previous_, *n) && AfterReference(*n, timeStated)) {
+    Open open = Open::kNone;
+    if (onlyTime) {
+      open = Open::kTime;
+    } else if (fill == Fill::kYearMonth) {
+      open = weekdayOnly ? Open::kWeekday : Open::kDay;
+    } else if (fill == Fill::kYear) {
+      open = Open::kMonthDay;
+    }
+    if (open != Open::kNone) {
+      PlaceInPast(n, open, timeStated, weekOfMonth, hours, &lunar);
+      if (!Normalise(n, timeStated)) return false;
+    }
+  }
 
   // Anchors stay for the end of a range, after an open start, and for a
   // whole period that lies before the reference date.

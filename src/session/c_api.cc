@@ -62,24 +62,34 @@ const char* ekr_status_text(ekr_status s) {
   return "unknown status";
 }
 
-ekr_status ekr_extract(const ekr_extractor* ex, const char* text, size_t length,
-                       const char* reference, ekr_results** out) {
+void ekr_options_init(ekr_options* o) {
+  if (o != nullptr) *o = eti::session::WholeCallOptions();
+}
+
+ekr_status ekr_extract_with(const ekr_extractor* ex, const char* text, size_t length,
+                            const char* reference, const ekr_options* o, ekr_results** out) {
   if (out == nullptr) return EKR_ERROR_ARGUMENT;
   *out = nullptr;
-  if (ex == nullptr || ex->impl == nullptr || reference == nullptr ||
+  if (ex == nullptr || ex->impl == nullptr || reference == nullptr || o == nullptr ||
       (text == nullptr && length > 0)) {
     return EKR_ERROR_ARGUMENT;
   }
   try {
     std::unique_ptr<ekr_results> r(new ekr_results());
     const Status s = ex->impl->Extract(std::string_view(text != nullptr ? text : "", length),
-                                       reference, &r->impl);
+                                       reference, *o, &r->impl);
     if (!s.ok()) return s.code;
     *out = r.release();
     return EKR_OK;
   } catch (const std::bad_alloc&) {
     return EKR_ERROR_MEMORY;
   }
+}
+
+ekr_status ekr_extract(const ekr_extractor* ex, const char* text, size_t length,
+                       const char* reference, ekr_results** out) {
+  const ekr_options o = eti::session::WholeCallOptions();
+  return ekr_extract_with(ex, text, length, reference, &o, out);
 }
 
 size_t ekr_results_count(const ekr_results* r) { return r != nullptr ? r->impl.items.size() : 0; }

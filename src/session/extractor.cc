@@ -12,6 +12,7 @@
 #include <new>
 
 #include "calendar/arith.h"
+#include "calendar/rules.h"
 #include "session/text.h"
 
 namespace eti::session {
@@ -141,22 +142,74 @@ Status Extractor::OpenDir(const std::string& dir, std::unique_ptr<Extractor>* ou
   return s;
 }
 
+ekr_options WholeCallOptions() {
+  return {EKR_PREFER_FUTURE, ReadingRules::kWholeCallMin, ReadingRules::kWholeCallMax};
+}
+
+std::string OptionsProblem(const ekr_options& o) {
+  if (o.prefer != EKR_PREFER_FUTURE && o.prefer != EKR_PREFER_PAST) {
+    return "prefer " + std::to_string(static_cast<int>(o.prefer)) + " is neither future (0) nor past (1)";
+  }
+  if (o.min_year > o.max_year || o.min_year < ReadingRules::kFirstYear ||
+      o.max_year > ReadingRules::kLastYear) {
+    return "years " + std::to_string(o.min_year) + ".." + std::to_string(o.max_year) +
+           " are not a window inside 1900..2099";
+  }
+  return "";
+}
+
+namespace {
+
+ReadingRules RulesOf(const ekr_options& o) {
+  ReadingRules r;
+  r.wholeCallYears =
+      o.min_year == ReadingRules::kWholeCallMin && o.max_year == ReadingRules::kWholeCallMax;
+  r.minYear = o.min_year;
+  r.maxYear = o.max_year;
+  r.past = o.prefer == EKR_PREFER_PAST;
+  return r;
+}
+
+// Whether a run under `rules` takes a reference time: the whole call's
+// check, or the same fields with the year inside the window.
+bool AcceptReferenceUnder(const std::string& ref, const ReadingRules& rules) {
+  if (rules.wholeCallYears) return AcceptReference(ref.c_str());
+  const auto field = [&](size_t at, size_t n) { return std::stoi(ref.substr(at, n)); };
+  const int year = field(0, 4), month = field(4, 2), day = field(6, 2), hour = field(8, 2),
+            minute = field(10, 2);
+  return year >= rules.minYear && year <= rules.maxYear && month >= 1 && month <= 12 &&
+         day >= 1 && day <= 31 && hour <= 24 && minute <= 60;
+}
+
+}  // namespace
+
 Status Extractor::Extract(std::string_view text, std::string_view reference,
                           Results* out) const {
+  return Extract(text, reference, WholeCallOptions(), out);
+}
+
+Status Extractor::Extract(std::string_view text, std::string_view reference,
+                          const ekr_options& options, Results* out) const {
   out->items.clear();
   out->content.clear();
+  const std::string problem = OptionsProblem(options);
+  if (!problem.empty()) return Status::Error(EKR_ERROR_ARGUMENT, problem);
+  const ReadingRules rules = RulesOf(options);
   if (reference.size() != 12 ||
       reference.find_first_not_of("0123456789") != std::string_view::npos) {
     return Status::Error(EKR_ERROR_REFERENCE, "reference \"" + std::string(reference) +
                                                   "\" is not twelve digits YYYYMMDDhhmm");
   }
   const std::string ref(reference);
-  if (!AcceptReference(ref.c_str())) {
+  if (!AcceptReferenceUnder(ref, rules)) {
     return Status::Error(EKR_ERROR_REFERENCE,
-                         "reference " + ref +
-                             " is outside years 1970..2043, months 1..12, days 1..31, hours "
-                             "0..24, minutes 0..60");
+                         "reference " + ref + " is outside years " +
+                             (rules.wholeCallYears ? std::string("1970..2043")
+                                                   : std::to_string(rules.minYear) + ".." +
+                                                         std::to_string(rules.maxYear)) +
+                             ", months 1..12, days 1..31, hours 0..24, minutes 0..60");
   }
+  const ScopedReadingRules scope(rules);
   // The engine's text, kept by the thread from call to call so that its
   // buffers need not be made again; given back after a long text.
   thread_local EngineText engineText;

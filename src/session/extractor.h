@@ -45,17 +45,20 @@ std::string TimeString(const ekr_moment& m);
 // The set compiled into the library (static data, never freed).
 ekr_dictionaries DefaultDictionaries();
 
+// The options of ekr_options_init: the whole call's rules.
+ekr_options WholeCallOptions();
+
+// The problem with options ("" when they are sound): an unknown prefer, a
+// window upside down or outside 1900..2099.
+std::string OptionsProblem(const ekr_options& o);
+
 class Extractor {
  public:
   // Loads and checks a set; copies what it keeps.
   static Status Open(const ekr_dictionaries& d, std::unique_ptr<Extractor>* out);
   // Reads the six files of a directory (kDictionaryFiles) and opens them.
   static Status OpenDir(const std::string& dir, std::unique_ptr<Extractor>* out);
-  // YYYYMMDDhhmmss with F's for the fields a moment leaves open: the time
-// string the whole-call entry writes for it.
-std::string TimeString(const ekr_moment& m);
-
-// The set compiled into the library.
+  // The set compiled into the library.
   static Status OpenDefault(std::unique_ptr<Extractor>* out);
 
   ~Extractor() = default;
@@ -63,8 +66,11 @@ std::string TimeString(const ekr_moment& m);
   Extractor& operator=(const Extractor&) = delete;
 
   // The expressions of a UTF-8 text against a reference time (twelve digits
-  // YYYYMMDDhhmm).  Safe to call from many threads at once.
+  // YYYYMMDDhhmm), under the whole call's rules or under `options`.  Safe
+  // to call from many threads at once.
   Status Extract(std::string_view text, std::string_view reference, Results* out) const;
+  Status Extract(std::string_view text, std::string_view reference, const ekr_options& options,
+                 Results* out) const;
 
  private:
   Extractor() = default;

@@ -42,7 +42,12 @@ constexpr char kUsage[] =
     "  --dict DIR          dictionaries: compiled (tags.bin ...) or sources (tags.txt ...);\n"
     "                      default: the set built into the library\n"
     "  --settings FILE     settings text instead of the dictionaries' own\n"
-    "  --jsonl             input lines are JSON objects {\"text\": ..., \"ref\": ..., \"id\": ...};\n"
+    "  --prefer future|past  where an open date or time falls (default: future, the\n"
+    "                      next one to come; past: the last one that has come)\n"
+    "  --years MIN-MAX     the years written years are read in and results may reach,\n"
+    "                      inside 1900-2099 (default: the whole call's rules, 2000-2035)\n"
+    "  --jsonl             input lines are JSON objects {\"text\": ..., \"ref\": ..., \"id\": ...,\n"
+    "                      \"prefer\": ..., \"years\": [MIN, MAX]} (the last two optional);\n"
     "                      each answer is {\"id\": ..., \"results\": [...], \"content\": ...}\n"
     "  --table             a table for people instead of JSON\n"
     "  --raw               the whole-call entry's own answer (CP949 bytes)\n"
@@ -50,6 +55,7 @@ constexpr char kUsage[] =
 
 struct Options {
   std::string ref, dictDir, settingsFile;
+  ekr_options reading = session::WholeCallOptions();
   bool jsonl = false, table = false, raw = false;
   std::vector<std::string> texts;
 };
@@ -93,16 +99,58 @@ std::string Now() {
   return buf;
 }
 
-// The problem with a reference time, or "" when it is one the library takes.
-std::string ReferenceProblem(const std::string& ref) {
+std::string ReferenceFormatProblem(const std::string& ref) {
   if (ref.size() != 12 || ref.find_first_not_of("0123456789") != std::string::npos) {
     return "\"" + ref + "\" is not twelve digits YYYYMMDDhhmm";
   }
+  return "";
+}
+
+// The problem with a reference time, or "" when it is one the library takes
+// under the whole call's rules.
+std::string ReferenceProblem(const std::string& ref) {
+  const std::string format = ReferenceFormatProblem(ref);
+  if (!format.empty()) return format;
   if (!AcceptReference(ref.c_str())) {
     return "\"" + ref + "\" is outside years 1970..2043 (months 1..12, days 1..31, hours 0..24, "
            "minutes 0..60)";
   }
   return "";
+}
+
+// "future" or "past" into *prefer; false otherwise.
+bool ParsePrefer(const std::string& v, ekr_prefer* prefer) {
+  if (v == "future" || v == "past") {
+    *prefer = v == "past" ? EKR_PREFER_PAST : EKR_PREFER_FUTURE;
+    return true;
+  }
+  return false;
+}
+
+// "MIN-MAX" into the window of *o; the problem in words otherwise.
+std::string ParseYears(const std::string& v, ekr_options* o) {
+  const size_t dash = v.find('-');
+  const auto number = [](const std::string& s, int32_t* n) {
+    if (s.empty() || s.size() > 4 || s.find_first_not_of("0123456789") != std::string::npos) {
+      return false;
+    }
+    *n = std::stoi(s);
+    return true;
+  };
+  ekr_options w = *o;
+  if (dash == std::string::npos || !number(v.substr(0, dash), &w.min_year) ||
+      !number(v.substr(dash + 1), &w.max_year)) {
+    return "\"" + v + "\" is not MIN-MAX (such as 1900-2099)";
+  }
+  const std::string problem = session::OptionsProblem(w);
+  if (!problem.empty()) return problem;
+  *o = w;
+  return "";
+}
+
+bool WholeCall(const ekr_options& o) {
+  const ekr_options w = session::WholeCallOptions();
+  return o.prefer == w.prefer && o.min_year == w.min_year && o.max_year == w.max_year;
 }
 
 // YYYYMMDDhhmmss with F's for what the text left open.
@@ -207,13 +255,19 @@ class Tool {
 
   // Answers one text; false (after an error line) when it could not.
   bool Answer(const std::string& where, const std::string& text, std::string ref,
-              const Json* id) {
+              const ekr_options& reading, const Json* id) {
     if (ref.empty()) ref = o_.ref.empty() ? Now() : o_.ref;
-    const std::string refProblem = ReferenceProblem(ref);
+    // A window of the caller's takes other references; the session says
+    // which then.
+    const std::string refProblem = WholeCall(reading) ? ReferenceProblem(ref)
+                                                      : ReferenceFormatProblem(ref);
     if (!refProblem.empty()) return Fail(where, "ref " + refProblem, id);
-    if (o_.raw) return Raw(where, text, ref, id);
+    if (o_.raw) {
+      if (!WholeCall(reading)) return Fail(where, "--raw reads by the whole call's rules only", id);
+      return Raw(where, text, ref, id);
+    }
     Results r;
-    const Status s = ex_->Extract(text, ref, &r);
+    const Status s = ex_->Extract(text, ref, reading, &r);
     if (!s.ok()) return Fail(where, s.detail, id);
     if (o_.table) {
       out_ << TableOf(text, ref, r);
@@ -263,10 +317,11 @@ class Tool {
 };
 
 // One line of --jsonl input: false with *problem for a line that is not an
-// object with a "text" string, a "ref" string or whole number (optional) and
-// an "id" of any kind (optional, echoed).
+// object with a "text" string, a "ref" string or whole number (optional), an
+// "id" of any kind (optional, echoed), a "prefer" ("future" or "past") and
+// "years" ([MIN, MAX] or "MIN-MAX") that change *reading (optional).
 bool ParseLine(const std::string& line, std::string* text, std::string* ref, Json* id,
-               bool* hasId, std::string* problem) {
+               bool* hasId, ekr_options* reading, std::string* problem) {
   Json j;
   try {
     j = Json::parse(line);
@@ -301,6 +356,29 @@ bool ParseLine(const std::string& line, std::string* text, std::string* ref, Jso
   const auto i = j.find("id");
   *hasId = i != j.end();
   if (*hasId) *id = *i;
+  const auto p = j.find("prefer");
+  if (p != j.end() && (!p->is_string() || !ParsePrefer(p->get<std::string>(), &reading->prefer))) {
+    *problem = "\"prefer\" is neither \"future\" nor \"past\"";
+    return false;
+  }
+  const auto y = j.find("years");
+  if (y != j.end()) {
+    std::string years;
+    if (y->is_string()) {
+      years = y->get<std::string>();
+    } else if (y->is_array() && y->size() == 2 && (*y)[0].is_number_integer() &&
+               (*y)[1].is_number_integer()) {
+      years = std::to_string((*y)[0].get<int64_t>()) + "-" + std::to_string((*y)[1].get<int64_t>());
+    } else {
+      *problem = "\"years\" is neither [MIN, MAX] nor \"MIN-MAX\"";
+      return false;
+    }
+    const std::string bad = ParseYears(years, reading);
+    if (!bad.empty()) {
+      *problem = "\"years\": " + bad;
+      return false;
+    }
+  }
   return true;
 }
 
@@ -330,12 +408,20 @@ int RunCli(const std::vector<std::string>& args, std::istream& in, std::ostream&
       return 0;
     } else if (a == "--ref") {
       if (!value(&o.ref)) return Usage(err, "--ref needs YYYYMMDDhhmm");
-      const std::string problem = ReferenceProblem(o.ref);
-      if (!problem.empty()) return Usage(err, "--ref " + problem);
     } else if (a == "--dict") {
       if (!value(&o.dictDir)) return Usage(err, "--dict needs a directory");
     } else if (a == "--settings") {
       if (!value(&o.settingsFile)) return Usage(err, "--settings needs a file");
+    } else if (a == "--prefer") {
+      std::string v;
+      if (!value(&v) || !ParsePrefer(v, &o.reading.prefer)) {
+        return Usage(err, "--prefer needs future or past");
+      }
+    } else if (a == "--years") {
+      std::string v;
+      if (!value(&v)) return Usage(err, "--years needs MIN-MAX");
+      const std::string problem = ParseYears(v, &o.reading);
+      if (!problem.empty()) return Usage(err, "--years " + problem);
     } else if (a == "--jsonl") {
       o.jsonl = true;
     } else if (a == "--table") {
@@ -347,6 +433,18 @@ int RunCli(const std::vector<std::string>& args, std::istream& in, std::ostream&
     } else {
       o.texts.push_back(a);
     }
+  }
+  if (!o.ref.empty()) {
+    // The window decides which references are taken (--years may follow).
+    std::string problem = WholeCall(o.reading) ? ReferenceProblem(o.ref) : ReferenceFormatProblem(o.ref);
+    if (problem.empty() && !WholeCall(o.reading)) {
+      const int year = std::stoi(o.ref.substr(0, 4));
+      if (year < o.reading.min_year || year > o.reading.max_year) {
+        problem = "\"" + o.ref + "\" is outside the years " + std::to_string(o.reading.min_year) +
+                  ".." + std::to_string(o.reading.max_year);
+      }
+    }
+    if (!problem.empty()) return Usage(err, "--ref " + problem);
   }
   if (o.jsonl && !o.texts.empty()) return Usage(err, "--jsonl reads standard input only");
   if (o.table + o.raw > 1) return Usage(err, "--table and --raw do not go together");
@@ -381,7 +479,7 @@ int RunCli(const std::vector<std::string>& args, std::istream& in, std::ostream&
   bool ok = true;
   if (!o.texts.empty()) {
     for (size_t k = 0; k < o.texts.size(); ++k) {
-      ok &= tool.Answer("argument " + std::to_string(k + 1), o.texts[k], "", nullptr);
+      ok &= tool.Answer("argument " + std::to_string(k + 1), o.texts[k], "", o.reading, nullptr);
     }
     return ok ? 0 : 1;
   }
@@ -390,18 +488,19 @@ int RunCli(const std::vector<std::string>& args, std::istream& in, std::ostream&
     if (!line.empty() && line.back() == '\r') line.pop_back();
     const std::string where = "line " + std::to_string(number);
     if (!o.jsonl) {
-      ok &= tool.Answer(where, line, "", nullptr);
+      ok &= tool.Answer(where, line, "", o.reading, nullptr);
       continue;
     }
     if (Blank(line)) continue;
     std::string text, ref, problem;
     Json id;
     bool hasId = false;
-    if (!ParseLine(line, &text, &ref, &id, &hasId, &problem)) {
+    ekr_options reading = o.reading;
+    if (!ParseLine(line, &text, &ref, &id, &hasId, &reading, &problem)) {
       ok &= tool.Fail(where, problem, nullptr);
       continue;
     }
-    ok &= tool.Answer(where, text, ref, hasId ? &id : nullptr);
+    ok &= tool.Answer(where, text, ref, reading, hasId ? &id : nullptr);
   }
   return ok ? 0 : 1;
 }
