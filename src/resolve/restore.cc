@@ -429,7 +429,10 @@ bool Restorer::Restore(DTINFO* n) {
     } else if (fill == Fill::kYear) {
       open = Open::kMonthDay;
     }
-    if (open != Open::kNone) {
+    // Back until it is not after the reference: a weekday that is today
+    // may go back twice (the future rules chose next week's, and today's
+    // hour has not come).
+    for (int step = 0; open != Open::kNone && step < 3 && AfterReference(*n, timeStated); ++step) {
       PlaceInPast(n, open, timeStated, weekOfMonth, hours, &lunar);
       if (!Normalise(n, timeStated)) return false;
     }

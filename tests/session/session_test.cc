@@ -30,13 +30,16 @@ std::string WholeCall(const DictSet& d, const std::string& text, const std::stri
   return Summary(Extract(d, text, ref, /*halves=*/true), content);
 }
 
-// Asserts that the session gives what the whole-call entry gives.
+// Asserts that the session gives what the whole-call entry gives, under
+// the options of ekr_options_init.
 void ExpectSameAnswer(const ekr_extractor* ex, const DictSet& d, const std::string& text,
                       const std::string& ref, const std::string& where) {
   std::string wholeContent, sessionContent;
   const std::string whole = WholeCall(d, text, ref, &wholeContent);
+  ekr_options init;
+  ekr_options_init(&init);
   ekr_status status;
-  ResultsPtr r = SessionExtract(ex, text, ref, &status);
+  ResultsPtr r = SessionExtract(ex, text, ref, &status, &init);
   ASSERT_EQ(status, EKR_OK) << where << ": " << text;
   EXPECT_EQ(SessionSummary(r.get(), &sessionContent), whole) << where << ": " << text;
   // With nothing found the whole call shows no content; the session gives

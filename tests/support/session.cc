@@ -17,13 +17,16 @@ ExtractorPtr OpenSet(const DictSet& d) {
 }
 
 ResultsPtr SessionExtract(const ekr_extractor* ex, const std::string& text,
-                          const std::string& ref, ekr_status* status) {
+                          const std::string& ref, ekr_status* status,
+                          const ekr_options* options) {
   ekr_results* r = nullptr;
-  const ekr_status s = ekr_extract(ex, text.data(), text.size(), ref.c_str(), &r);
+  const ekr_status s =
+      options != nullptr
+          ? ekr_extract_with(ex, text.data(), text.size(), ref.c_str(), options, &r)
+          : ekr_extract(ex, text.data(), text.size(), ref.c_str(), &r);
   if (status != nullptr) *status = s;
   return ResultsPtr(r);
 }
-
 
 std::string SessionSummary(const ekr_results* r, std::string* content) {
   static const char* kCycles[] = {"", "00000001000000", "00000007000000", "00000100000000",

@@ -26,9 +26,11 @@ using ResultsPtr = std::unique_ptr<ekr_results, ResultsFreer>;
 // An extractor on a set compiled from sources (fails the test otherwise).
 ExtractorPtr OpenSet(const DictSet& d);
 
-// ekr_extract over a UTF-8 text; NULL results with the status otherwise.
+// ekr_extract over a UTF-8 text (ekr_extract_with when options are given);
+// NULL results with the status otherwise.
 ResultsPtr SessionExtract(const ekr_extractor* ex, const std::string& text,
-                          const std::string& ref, ekr_status* status = nullptr);
+                          const std::string& ref, ekr_status* status = nullptr,
+                          const ekr_options* options = nullptr);
 
 // The answer in the compact form of Summary (dict_builder.h), with code
 // point positions; "-" for none.  *content receives the content.

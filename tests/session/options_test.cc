@@ -1,0 +1,192 @@
+// Reading options of the session: a window of years, and the past
+// preferred for open dates and times.  The bundled set, compiled from its
+// sources, through ekr_extract_with.
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "common/case_file.h"
+#include "support/session.h"
+
+namespace eti::testing {
+namespace {
+
+const ExtractorPtr& Korean() {
+  static const ExtractorPtr ex = OpenSet(LoadDictSet("dicts/ko"));
+  return ex;
+}
+
+ekr_options Options(ekr_prefer prefer, int32_t min, int32_t max) { return {prefer, min, max}; }
+
+// The compact answer of a text under options ("-" for none, the status in
+// words for a refusal).
+std::string Answer(const std::string& text, const std::string& ref, const ekr_options& o) {
+  ekr_status status;
+  const ResultsPtr r = SessionExtract(Korean().get(), text, ref, &status, &o);
+  if (status != EKR_OK) return ekr_status_text(status);
+  std::string content;
+  return SessionSummary(r.get(), &content);
+}
+
+TEST(Options, InitIsTheWholeCallsRules) {
+  ekr_options o;
+  o.prefer = EKR_PREFER_PAST;
+  o.min_year = o.max_year = 0;
+  ekr_options_init(&o);
+  EXPECT_EQ(o.prefer, EKR_PREFER_FUTURE);
+  EXPECT_EQ(o.min_year, 2000);
+  EXPECT_EQ(o.max_year, 2035);
+  ekr_options_init(nullptr);  // no-op
+}
+
+TEST(Options, BadOptionsAndReferencesAreRefused) {
+  const auto future = [](int32_t min, int32_t max) { return Options(EKR_PREFER_FUTURE, min, max); };
+  const struct {
+    ekr_options options;
+    const char* ref;
+    const char* want;
+  } cases[] = {
+      {future(1899, 2099), "202405241030", "invalid argument"},
+      {future(1900, 2100), "202405241030", "invalid argument"},
+      {future(2030, 2010), "202405241030", "invalid argument"},
+      {Options(static_cast<ekr_prefer>(2), 2000, 2035), "202405241030", "invalid argument"},
+      // The whole call's references, and a window's.
+      {future(2000, 2035), "196912312359", "invalid reference time"},
+      {future(2000, 2035), "204401010000", "invalid reference time"},
+      {future(1900, 2099), "195006251000", "-"},
+      {future(1900, 1999), "202405241030", "invalid reference time"},
+      {future(1900, 2099), "2024052410", "invalid reference time"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(Answer("날씨 좋다", c.ref, c.options), c.want) << c.ref;
+  ekr_results* r = nullptr;
+  EXPECT_EQ(ekr_extract_with(Korean().get(), "x", 1, "202405241030", nullptr, &r),
+            EKR_ERROR_ARGUMENT);
+  EXPECT_EQ(r, nullptr);
+}
+
+TEST(Options, AWindowReadsEveryWrittenYearInside) {
+  const ekr_options wide = Options(EKR_PREFER_FUTURE, 1900, 2099);
+  const ekr_options init = Options(EKR_PREFER_FUTURE, 2000, 2035);
+  const ekr_options narrow = Options(EKR_PREFER_FUTURE, 1990, 2010);
+  const std::string ref = "202405241030";
+  const struct {
+    const char* text;
+    const ekr_options& options;
+    const char* want;
+  } cases[] = {
+      {"1948년 8월 15일 정부 수립", wide, "19480815FFFFFF 100@0-12"},
+      {"1997년 10월에", wide, "19971001FFFFFF~19971031FFFFFF 000/000@0-9"},
+      {"지난 1991년 10월", wide, "19911001FFFFFF~19911031FFFFFF 000/000@3-12"},
+      {"98년도 자료", wide, "19980101FFFFFF~19981231FFFFFF 000/000@0-3"},
+      {"80년에 태어났다", wide, "19800101FFFFFF~19801231FFFFFF 000/000@0-3"},
+      {"80년대 음악", wide, "-"},
+      {"2045년 탄소중립", wide, "20450101FFFFFF~20451231FFFFFF 000/000@0-5"},
+      {"천구백구십칠년 3월", wide, "19970301FFFFFF~19970331FFFFFF 000/000@0-10"},
+      {"'97 대선", wide, "19970101FFFFFF~19971231FFFFFF 000/000@0-3"},
+      {"24년 5월", wide, "20240501FFFFFF~20240531FFFFFF 000/000@0-6"},
+      {"1904년 2월 29일", wide, "19040229FFFFFF 100@0-12"},
+      {"1900년 2월 29일", wide, "19000301FFFFFF 100@0-12"},
+      {"2099년 12월 31일", wide, "20991231FFFFFF 100@0-13"},
+      // The whole call's rules read none of these; a narrow window drops
+      // what lies outside it.
+      {"1997년 10월에", init, "-"},
+      {"2045년 탄소중립", init, "-"},
+      {"98년도 자료", init, "-"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(Answer(c.text, ref, c.options), c.want) << c.text;
+  // A narrow window drops what lies outside it (its reference inside it).
+  EXPECT_EQ(Answer("1997년 10월에", "200505241030", narrow),
+            "19971001FFFFFF~19971031FFFFFF 000/000@0-9");
+  EXPECT_EQ(Answer("2024년 5월", "200505241030", narrow), "-");
+  EXPECT_EQ(Answer("10년 후", "200505241030", narrow), "-");
+  // A reference far back reads its own time.
+  EXPECT_EQ(Answer("내일 오후 3시", "195006251000", wide), "19500626150000 111@0-8");
+  EXPECT_EQ(Answer("금요일", "190001011200", wide), "19000105FFFFFF 100@0-3");
+}
+
+TEST(Options, ThePastPreferredPlacesOpenDatesBeforeTheReference) {
+  const ekr_options past = Options(EKR_PREFER_PAST, 2000, 2035);
+  const ekr_options future = Options(EKR_PREFER_FUTURE, 2000, 2035);
+  const std::string friday = "202405241030";  // Friday 2024-05-24 10:30
+  const struct {
+    const char* text;
+    const char* past;
+    const char* future;
+  } cases[] = {
+      {"19일", "20240519FFFFFF 100@0-3", "20240619FFFFFF 100@0-3"},
+      {"3월 1일", "20240301FFFFFF 100@0-5", "20250301FFFFFF 100@0-5"},
+      {"수요일", "20240522FFFFFF 100@0-3", "20240529FFFFFF 100@0-3"},
+      {"토요일", "20240518FFFFFF 100@0-3", "20240525FFFFFF 100@0-3"},
+      {"금요일", "20240524FFFFFF 100@0-3", "20240531FFFFFF 100@0-3"},
+      {"9시", "20240524090000 010@0-2", "20240524210000 010@0-2"},
+      {"11시", "20240523230000 010@0-3", "20240524110000 010@0-3"},
+      {"12월", "20231201FFFFFF~20231231FFFFFF 000/000@0-3",
+       "20241201FFFFFF~20241231FFFFFF 000/000@0-3"},
+      {"금요일 저녁 7시", "20240517190000 111@0-9", "20240531190000 111@0-9"},
+      // Words that say their direction keep it.
+      {"내일", "20240525FFFFFF 100@0-2", "20240525FFFFFF 100@0-2"},
+      {"다음 주 금요일", "20240531FFFFFF 100@0-8", "20240531FFFFFF 100@0-8"},
+      {"3일 후", "20240527FFFFFF 100@0-4", "20240527FFFFFF 100@0-4"},
+      {"지난 금요일", "20240517FFFFFF 100@0-6", "20240517FFFFFF 100@0-6"},
+      {"어제", "20240523FFFFFF 100@0-2", "20240523FFFFFF 100@0-2"},
+      // Spans stay ordered: the end follows its start.
+      {"월요일부터 수요일까지", "20240520FFFFFF~20240522FFFFFF 100/100@0-11",
+       "20240527FFFFFF~20240529FFFFFF 100/100@0-11"},
+      {"10일부터 15일까지", "20240510FFFFFF~20240515FFFFFF 100/100@0-11",
+       "20240610FFFFFF~20240615FFFFFF 100/100@0-11"},
+      {"3시부터 5시까지", "20240523150000~20240523170000 010/010@0-9",
+       "20240524150000~20240524170000 010/010@0-9"},
+      {"12월부터 2월까지", "20231201FFFFFF~20240229FFFFFF 000/000@0-10",
+       "20241201FFFFFF~20250228FFFFFF 000/000@0-10"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(Answer(c.text, friday, past), c.past) << c.text;
+    EXPECT_EQ(Answer(c.text, friday, future), c.future) << c.text;
+  }
+}
+
+// Under the past preference no result of a text that leaves its date open
+// (no word for the future, no year, no "this ..." that places it) starts
+// after the reference, whatever the reference.
+TEST(Options, WithoutFutureWordsNothingStartsAfterTheReferenceInThePast) {
+  const std::regex futureWords(
+      "내일|낼|모레|글피|다음|담주|담달|다다음|오는|돌아오는|내년|명년|내후년|후에|후 |후$|뒤|이따|"
+      "나중|향후|앞으로|내달|익월|익일|차주|부터|까지|~|-|매|안에|내로|이내|중으로|중에|말|주말|"
+      "[0-9]+ ?년|[0-9]{4}[./]|[0-9]{2}\\.[0-9]|'[0-9]|이번|오늘|금일|이달|올|금년|금주|천구백|이천");
+  std::vector<std::string> texts;
+  for (const std::string& f : tools::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
+    for (const Case& c : ReadCases("corpus/ko/" + f)) {
+      if (!std::regex_search(c.text, futureWords)) texts.push_back(c.text);
+    }
+  }
+  ASSERT_GT(texts.size(), 300u);
+  const char* refs[] = {"202405241030", "202401010000", "202312312359", "202402291200",
+                        "201001010900", "199507151830"};
+  int checked = 0;
+  for (const char* ref : refs) {
+    const ekr_options past = Options(EKR_PREFER_PAST, ref[0] == '1' ? 1900 : 2000,
+                                     ref[0] == '1' ? 2099 : 2035);
+    for (const std::string& text : texts) {
+      ekr_status status;
+      const ResultsPtr r = SessionExtract(Korean().get(), text, ref, &status, &past);
+      ASSERT_EQ(status, EKR_OK) << text;
+      for (size_t i = 0; i < ekr_results_count(r.get()); ++i) {
+        const ekr_moment& m = ekr_results_at(r.get(), i)->start;
+        if (m.year < 0) continue;  // an open start
+        // The start's fields, open ones as early as they go, against the
+        // reference's.
+        const std::string start = TimeString(m);
+        std::string comparable;
+        for (char ch : start) comparable.push_back(ch == 'F' ? '0' : ch);
+        EXPECT_LE(comparable.substr(0, 12), std::string(ref)) << text << " at " << ref;
+        ++checked;
+      }
+    }
+  }
+  EXPECT_GT(checked, 300);
+}
+
+}  // namespace
+}  // namespace eti::testing
