@@ -52,6 +52,13 @@ int main(int argc, char** argv) {
             std::string(1, static_cast<char>(std::min<size_t>(cp949.size(), 255))) + cp949);
       const std::string ref = (c.ref + "000000000000").substr(0, 12);
       Write(out + "/session/" + id, std::string(1, '\0') + ref + c.text);
+      if (n % 4 == 1) {
+        // Reading options: the past preferred, 1900..2099 or 2000..2035.
+        Write(out + "/session/options-" + id,
+              std::string(1, '\2') + ref + (n % 8 == 1 ? std::string("\1\5\xCC", 3)
+                                                        : std::string("\1\x69\x8C", 3)) +
+                  c.text);
+      }
       if (n % 16 == 0) {
         // One edit: a byte of the tag trie's pool set to a space.
         Write(out + "/session/edited-" + id,

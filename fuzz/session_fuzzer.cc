@@ -5,8 +5,11 @@
 // set, a text CP949 can hold must get the whole-call entry's answer.
 //
 // Layout of an input (see fuzz_dicts.h for the seeds):
-//   byte 0       bit 0: edit the dictionaries
+//   byte 0       bit 0: edit the dictionaries; bit 1: reading options
 //   bytes 1..12  the reference time
+//   [options]    when bit 1 is set: prefer (mod 3, 2 is unknown), then the
+//                first and last year of the window as 1895 + a byte each
+//                (some windows lie outside 1900..2099 or upside down)
 //   [edits]      when bit 0 is set: a count M (mod 16), then M x 6 bytes:
 //                part (mod 6), operation (mod 3: set a byte, cut the part at
 //                the offset, append a byte), offset (3 bytes, mod the size),
@@ -32,6 +35,17 @@ const ekr_extractor* Bundled() {
     return e;
   }();
   return ex;
+}
+
+// Whether `end` comes before `start`, read on the leading fields both
+// state.
+bool EndsBeforeStart(const ekr_moment& start, const ekr_moment& end) {
+  const int32_t s[6] = {start.year, start.month, start.day, start.hour, start.minute, start.second};
+  const int32_t e[6] = {end.year, end.month, end.day, end.hour, end.minute, end.second};
+  for (int k = 0; k < 6 && s[k] >= 0 && e[k] >= 0; ++k) {
+    if (s[k] != e[k]) return e[k] < s[k];
+  }
+  return false;
 }
 
 // A moment equals a time string when every field is the string's (all F's
@@ -91,6 +105,27 @@ void CompareWithWholeCall(const std::string& utf8, const std::string& ref, const
   ETI_FreeTypedResults(whole);
 }
 
+// Placing open dates in the past keeps each span's end after its start
+// where the future placement does.
+void CheckSpansStayOrdered(const ekr_extractor* ex, const std::string& text,
+                           const std::string& ref, ekr_options options, const ekr_results* past) {
+  options.prefer = EKR_PREFER_FUTURE;
+  ekr_results* future = nullptr;
+  if (ekr_extract_with(ex, text.data(), text.size(), ref.c_str(), &options, &future) != EKR_OK) {
+    std::abort();
+  }
+  if (ekr_results_count(future) == ekr_results_count(past)) {
+    for (size_t i = 0; i < ekr_results_count(past); ++i) {
+      const ekr_result* p = ekr_results_at(past, i);
+      const ekr_result* f = ekr_results_at(future, i);
+      if (p->is_span && !EndsBeforeStart(f->start, f->end) && EndsBeforeStart(p->start, p->end)) {
+        std::abort();
+      }
+    }
+  }
+  ekr_results_free(future);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -99,10 +134,21 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const auto byte = [&]() -> uint32_t {
     return at < in.size() ? static_cast<unsigned char>(in[at++]) : 0;
   };
-  const bool edit = (byte() & 1) != 0;
+  const uint32_t flags = byte();
+  const bool edit = (flags & 1) != 0;
   std::string ref = at < in.size() ? in.substr(at, 12) : std::string();
   at += 12;
   ref = ref.substr(0, ref.find('\0'));
+  ekr_options options;
+  ekr_options_init(&options);
+  const bool withOptions = (flags & 2) != 0;
+  if (withOptions) {
+    // Stored as a C caller would, even the int that names no value.
+    const int prefer = static_cast<int>(byte() % 3);
+    std::memcpy(&options.prefer, &prefer, sizeof prefer);
+    options.min_year = static_cast<int32_t>(1895 + byte());
+    options.max_year = static_cast<int32_t>(1895 + byte());
+  }
 
   ekr_extractor* own = nullptr;
   const ekr_extractor* ex = Bundled();
@@ -130,7 +176,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string text = at < in.size() ? in.substr(at) : std::string();
 
   ekr_results* r = nullptr;
-  if (ekr_extract(ex, text.data(), text.size(), ref.c_str(), &r) == EKR_OK) {
+  const ekr_status status =
+      withOptions ? ekr_extract_with(ex, text.data(), text.size(), ref.c_str(), &options, &r)
+                  : ekr_extract(ex, text.data(), text.size(), ref.c_str(), &r);
+  int prefer = 0;
+  std::memcpy(&prefer, &options.prefer, sizeof prefer);
+  const bool validOptions = prefer <= EKR_PREFER_PAST && options.min_year >= 1900 &&
+                            options.max_year <= 2099 && options.min_year <= options.max_year;
+  if (!validOptions) {
+    if (status != EKR_ERROR_ARGUMENT) std::abort();  // bad options accepted
+    ekr_close(own);
+    return 0;
+  }
+  if (status == EKR_OK) {
     for (size_t i = 0; i < ekr_results_count(r); ++i) {
       const ekr_result* e = ekr_results_at(r, i);
       // Positions always slice inside the text.
@@ -138,8 +196,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
           (e->begin_byte < 0 && e->begin_byte != -1)) {
         std::abort();
       }
+      // A window keeps its results inside it.
+      if (withOptions && e->start.year >= 0 &&
+          (e->start.year < options.min_year || e->start.year > options.max_year)) {
+        std::abort();
+      }
     }
-    if (own == nullptr) CompareWithWholeCall(text, ref, r);
+    if (withOptions && options.prefer == EKR_PREFER_PAST) CheckSpansStayOrdered(ex, text, ref, options, r);
+    const bool wholeCallRules = !withOptions || (options.prefer == EKR_PREFER_FUTURE &&
+                                                 options.min_year == 2000 &&
+                                                 options.max_year == 2035);
+    if (own == nullptr && wholeCallRules) CompareWithWholeCall(text, ref, r);
     ekr_results_free(r);
   }
   ekr_close(own);

@@ -369,7 +369,10 @@ bool Restorer::Restore(DTINFO* n) {
   if (IsSet(n->year) && n->year > rules.maxYear) return true;
   if (n->duration == 0) return true;  // a length of time is no moment
 
-  const bool endFollowsStart = rules.past && IsRangeEnd(previous_, *n);
+  // The end of a range, or what follows an open start, is placed after
+  // that start.
+  const bool closesRange = KeepsAnchors(previous_, *n);
+  const bool endFollowsStart = rules.past && closesRange;
   now_ = endFollowsStart ? previous_ : ref_;
   anchor_ = endFollowsStart ? previous_ : dateAnchor_;
   const DTINFO& a = *anchor_;
@@ -420,7 +423,7 @@ bool Restorer::Restore(DTINFO* n) {
   if (n->year > rules.maxYear) return true;  // left for the pipeline to drop
   if (!Normalise(n, timeStated)) return false;
 
-  if (rules.past && !IsRangeEnd(previous_, *n) && AfterReference(*n, timeStated)) {
+  if (rules.past && !closesRange && AfterReference(*n, timeStated)) {
     Open open = Open::kNone;
     if (onlyTime) {
       open = Open::kTime;
@@ -432,10 +435,14 @@ bool Restorer::Restore(DTINFO* n) {
     // Back until it is not after the reference: a weekday that is today
     // may go back twice (the future rules chose next week's, and today's
     // hour has not come).
+    // The half of the day chosen here is the hour's alone: a record after
+    // it (the end of a range) does not take it as the text's.
+    const int32_t statedHalf = n->ampm;
     for (int step = 0; open != Open::kNone && step < 3 && AfterReference(*n, timeStated); ++step) {
       PlaceInPast(n, open, timeStated, weekOfMonth, hours, &lunar);
       if (!Normalise(n, timeStated)) return false;
     }
+    if (!IsSet(statedHalf)) n->ampm = statedHalf;
   }
 
   // Anchors stay for the end of a range, after an open start, and for a

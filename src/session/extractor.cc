@@ -147,8 +147,13 @@ ekr_options WholeCallOptions() {
 }
 
 std::string OptionsProblem(const ekr_options& o) {
-  if (o.prefer != EKR_PREFER_FUTURE && o.prefer != EKR_PREFER_PAST) {
-    return "prefer " + std::to_string(static_cast<int>(o.prefer)) + " is neither future (0) nor past (1)";
+  // A C caller may store any int in the enum, which C++ may not load as
+  // the enum: read its bytes as the int they are.
+  int prefer = 0;
+  static_assert(sizeof prefer == sizeof o.prefer, "ekr_prefer is an int");
+  std::memcpy(&prefer, &o.prefer, sizeof prefer);
+  if (prefer != EKR_PREFER_FUTURE && prefer != EKR_PREFER_PAST) {
+    return "prefer " + std::to_string(prefer) + " is neither future (0) nor past (1)";
   }
   if (o.min_year > o.max_year || o.min_year < ReadingRules::kFirstYear ||
       o.max_year > ReadingRules::kLastYear) {

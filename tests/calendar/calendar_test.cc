@@ -9,6 +9,7 @@
 
 #include "calendar/arith.h"
 #include "calendar/calendar.h"
+#include "calendar/rules.h"
 #include "extractor_kr/stages.h"
 
 namespace {
@@ -228,6 +229,48 @@ TEST(Sec2Date, EachThreadHasItsOwnRecord) {
   for (auto& th : threads) th.join();
   for (int t = 0; t < kThreads; ++t) EXPECT_EQ(failures[t], 0) << "thread " << t;
   for (int t = 1; t < kThreads; ++t) EXPECT_NE(records[t], records[0]);
+}
+
+// Under a session's window the calendar is the Gregorian one on every day
+// of 1900..2099, before 1970 too (the whole call's own arithmetic has no
+// leap days there, and keeps that outside such a run).
+TEST(GeneralCalendar, EveryDayOf1900To2099) {
+  eti::ReadingRules wide;
+  wide.wholeCallYears = false;
+  wide.minYear = eti::ReadingRules::kFirstYear;
+  wide.maxYear = eti::ReadingRules::kLastYear;
+  const eti::ScopedReadingRules scope(wide);
+  const auto leap = [](int y) { return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0; };
+  // 1 January 1900 was a Monday; count weekdays forward one day at a time.
+  int weekday = 1;
+  for (int y = 1900; y <= 2099; ++y) {
+    const int lengths[12] = {31, leap(y) ? 29 : 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    for (int m = 1; m <= 12; ++m) {
+      ASSERT_EQ(LastDayOfMonth(y, m), lengths[m - 1]) << y << "/" << m;
+      for (int d = 1; d <= lengths[m - 1]; ++d, weekday = (weekday + 1) % 7) {
+        ETI_TM tm = Tm(y, m, d, 13, 5);
+        ASSERT_EQ(date2Sec(&tm), DaysFromCivil(y, m, d) * 86400 + 13 * 3600 + 300 - 32400)
+            << y << "-" << m << "-" << d;
+        ASSERT_EQ(std::vector<int>({tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_wday,
+                                    tm.tm_hour, tm.tm_min}),
+                  std::vector<int>({y, m, d, weekday, 13, 5}))
+            << y << "-" << m << "-" << d;
+        // The last of each weekday lies in the month's last seven days.
+        if (d > lengths[m - 1] - 7) {
+          ASSERT_EQ(DayOfRelWeekday(y, m, 10000, weekday), d) << y << "/" << m << " wd " << weekday;
+        }
+      }
+      // Day 0 and day 32 carry across the month, and the year, boundaries.
+      ETI_TM before = Tm(y, m, 0);
+      date2Sec(&before);
+      EXPECT_EQ(before.tm_mday, m == 1 ? 31 : lengths[m - 2]);
+      EXPECT_EQ(before.tm_year + 1900, m == 1 ? y - 1 : y);
+    }
+  }
+  // Week 1 starts on the Monday on or before the 1st.
+  EXPECT_EQ(DayOfRelWeekday(1900, 1, 1, 1), 1);
+  EXPECT_EQ(DayOfRelWeekday(1950, 6, 4, 7), 25);  // Sunday 25 June 1950
+  EXPECT_EQ(FindFirstDayOfWeek(1900, 2, 1), -3);  // Thursday 1 February 1900
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 // sources, through ekr_extract_with.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <regex>
 #include <string>
 #include <vector>
@@ -19,6 +20,14 @@ const ExtractorPtr& Korean() {
 }
 
 ekr_options Options(ekr_prefer prefer, int32_t min, int32_t max) { return {prefer, min, max}; }
+
+// Options whose prefer holds an int that names no value, as a C caller
+// may store.
+ekr_options UnknownPrefer(int prefer) {
+  ekr_options o = Options(EKR_PREFER_FUTURE, 2000, 2035);
+  std::memcpy(&o.prefer, &prefer, sizeof prefer);
+  return o;
+}
 
 // The compact answer of a text under options ("-" for none, the status in
 // words for a refusal).
@@ -51,7 +60,8 @@ TEST(Options, BadOptionsAndReferencesAreRefused) {
       {future(1899, 2099), "202405241030", "invalid argument"},
       {future(1900, 2100), "202405241030", "invalid argument"},
       {future(2030, 2010), "202405241030", "invalid argument"},
-      {Options(static_cast<ekr_prefer>(2), 2000, 2035), "202405241030", "invalid argument"},
+      {UnknownPrefer(2), "202405241030", "invalid argument"},
+      {UnknownPrefer(-1), "202405241030", "invalid argument"},
       // The whole call's references, and a window's.
       {future(2000, 2035), "196912312359", "invalid reference time"},
       {future(2000, 2035), "204401010000", "invalid reference time"},
@@ -138,6 +148,13 @@ TEST(Options, ThePastPreferredPlacesOpenDatesBeforeTheReference) {
        "20240610FFFFFF~20240615FFFFFF 100/100@0-11"},
       {"3시부터 5시까지", "20240523150000~20240523170000 010/010@0-9",
        "20240524150000~20240524170000 010/010@0-9"},
+      // An open start and its end, written with a dash.
+      {"10시-12시 교육", "20240524100000~20240524120000 010/010@0-7",
+       "20240524220000~20240525000000 010/010@0-7"},
+      {"11시-1시", "20240523230000~20240524010000 010/010@0-6",
+       "20240524110000~20240524130000 010/010@0-6"},
+      {"금요일-일요일", "20240524FFFFFF~20240526FFFFFF 100/100@0-7",
+       "20240531FFFFFF~20240602FFFFFF 100/100@0-7"},
       {"12월부터 2월까지", "20231201FFFFFF~20240229FFFFFF 000/000@0-10",
        "20241201FFFFFF~20250228FFFFFF 000/000@0-10"},
   };
