@@ -254,9 +254,14 @@ const ekr_extractor* Session() {
   return ex;
 }
 
-void SessionCall(const std::string& text, const std::string& ref) {
+void SessionCall(const std::string& text, const std::string& ref,
+                 const ekr_options* options = nullptr) {
   ekr_results* r = nullptr;
-  ekr_extract(Session(), text.data(), text.size(), ref.c_str(), &r);
+  if (options == nullptr) {
+    ekr_extract(Session(), text.data(), text.size(), ref.c_str(), &r);
+  } else {
+    ekr_extract_with(Session(), text.data(), text.size(), ref.c_str(), options, &r);
+  }
   benchmark::DoNotOptimize(r);
   ekr_results_free(r);
 }
@@ -278,6 +283,32 @@ void BM_SessionSentence(benchmark::State& state) {
   state.counters["x_floor"] = TimesTheFloor(start, static_cast<int64_t>(state.iterations()));
 }
 BENCHMARK(BM_SessionSentence)->Unit(benchmark::kMicrosecond);
+
+// The same through ekr_extract_with: 0 under ekr_options_init, 1 with the
+// window 1900..2099, 2 with that window and the past preferred.
+void BM_SessionSentenceWith(benchmark::State& state) {
+  const Corpus& c = TheCorpus();
+  FloorSeconds();
+  ekr_options o;
+  ekr_options_init(&o);
+  if (state.range(0) >= 1) {
+    o.min_year = 1900;
+    o.max_year = 2099;
+  }
+  if (state.range(0) == 2) o.prefer = EKR_PREFER_PAST;
+  SessionCall("", "202405151030", &o);
+  size_t k = 0, bytes = 0;
+  const auto start = std::chrono::steady_clock::now();
+  for (auto _ : state) {
+    SessionCall(c.utf8[k], c.texts[k].second, &o);
+    bytes += c.utf8[k].size();
+    k = (k + 1) % c.utf8.size();
+  }
+  state.SetItemsProcessed(static_cast<int64_t>(state.iterations()));
+  state.SetBytesProcessed(static_cast<int64_t>(bytes));
+  state.counters["x_floor"] = TimesTheFloor(start, static_cast<int64_t>(state.iterations()));
+}
+BENCHMARK(BM_SessionSentenceWith)->DenseRange(0, 2)->Unit(benchmark::kMicrosecond);
 
 // Corpus sentences (UTF-8) joined by spaces into one text of at least
 // `bytes` bytes.

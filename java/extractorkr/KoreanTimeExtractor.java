@@ -124,7 +124,8 @@ public final class KoreanTimeExtractor implements AutoCloseable {
   }
 
   /**
-   * Finds the date and time expressions of a text.
+   * Finds the date and time expressions of a text under the engine's first rules ({@link
+   * ExtractOptions#defaults()}).
    *
    * @param text the text; any characters (those the dictionaries cannot hold are read as blanks)
    * @param reference the moment the text speaks from, in Korea; its seconds are not read
@@ -135,11 +136,32 @@ public final class KoreanTimeExtractor implements AutoCloseable {
    * @throws IllegalStateException after {@link #close()}
    */
   public Extraction extract(String text, LocalDateTime reference) {
+    return extract(text, reference, ExtractOptions.defaults());
+  }
+
+  /**
+   * Finds the date and time expressions of a text, read as the options say.
+   *
+   * @param text the text; any characters (those the dictionaries cannot hold are read as blanks)
+   * @param reference the moment the text speaks from, in Korea; its seconds are not read
+   * @param options where open dates fall and which years are read
+   * @return the expressions, in text order, and the text's remaining content
+   * @throws NullPointerException when an argument is null
+   * @throws IllegalArgumentException when the reference lies outside the options' years (1970 to
+   *     2043 under the defaults), or the text holds a NUL character
+   * @throws IllegalStateException after {@link #close()}
+   */
+  public Extraction extract(String text, LocalDateTime reference, ExtractOptions options) {
     Objects.requireNonNull(text, "text");
     Objects.requireNonNull(reference, "reference");
+    Objects.requireNonNull(options, "options");
+    String years =
+        options.equals(ExtractOptions.defaults())
+            ? "1970..2043"
+            : options.firstYear() + ".." + options.lastYear();
     int year = reference.getYear();
     if (year < 0 || year > 9999) {
-      throw new IllegalArgumentException("reference " + reference + " is outside 1970..2043");
+      throw new IllegalArgumentException("reference " + reference + " is outside " + years);
     }
     String ref =
         String.format(
@@ -154,7 +176,15 @@ public final class KoreanTimeExtractor implements AutoCloseable {
     handle.lock.readLock().lock();
     try {
       if (handle.pointer == 0) throw new IllegalStateException("the extractor is closed");
-      answer = extract0(handle.pointer, text, ref, content);
+      answer =
+          extract0(
+              handle.pointer,
+              text,
+              ref,
+              options.prefersPast() ? 1 : 0,
+              options.firstYear(),
+              options.lastYear(),
+              content);
     } finally {
       handle.lock.readLock().unlock();
     }
@@ -163,7 +193,7 @@ public final class KoreanTimeExtractor implements AutoCloseable {
         break;
       case ERROR_REFERENCE:
         throw new IllegalArgumentException(
-            "reference " + reference + " is outside 1970..2043: " + content[0]);
+            "reference " + reference + " is outside " + years + ": " + content[0]);
       case ERROR_TEXT:
         throw new IllegalArgumentException("text cannot be read: " + content[0]);
       case ERROR_MEMORY:
@@ -191,5 +221,12 @@ public final class KoreanTimeExtractor implements AutoCloseable {
 
   private static native void close0(long pointer);
 
-  private static native int[] extract0(long pointer, String text, String reference, String[] out);
+  private static native int[] extract0(
+      long pointer,
+      String text,
+      String reference,
+      int prefer,
+      int firstYear,
+      int lastYear,
+      String[] out);
 }

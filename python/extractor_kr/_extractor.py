@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import datetime as _dt
 import os
-from typing import Optional, Union
+from typing import Optional, Tuple, Union
 
 from . import _native
 from ._types import Extraction, _expression
@@ -17,6 +17,9 @@ DictionaryError.__doc__ = (
 
 _KOREA = _dt.timezone(_dt.timedelta(hours=9))
 
+# The years any window lies inside.
+FIRST_YEAR, LAST_YEAR = 1900, 2099
+
 # Statuses of the native side.
 _OK, _REFERENCE, _TEXT, _MEMORY = 0, 3, 4, 6
 
@@ -28,6 +31,30 @@ def _reference(reference: _dt.datetime) -> str:
         reference = reference.astimezone(_KOREA)
     return (f"{reference.year:04d}{reference.month:02d}{reference.day:02d}"
             f"{reference.hour:02d}{reference.minute:02d}")
+
+
+def _prefer(prefer: str) -> int:
+    if not isinstance(prefer, str):
+        raise TypeError(f"prefer must be a str, not {type(prefer).__name__}")
+    if prefer not in ("future", "past"):
+        raise ValueError(f"prefer must be 'future' or 'past', not {prefer!r}")
+    return 1 if prefer == "past" else 0
+
+
+def _years(years: Optional[Tuple[int, int]]) -> Tuple[int, int]:
+    if years is None:
+        return _native.WHOLE_CALL_YEARS
+    try:
+        first, last = years
+    except (TypeError, ValueError):
+        raise TypeError(f"years must be a pair (first, last), not {years!r}") from None
+    for y in (first, last):
+        if isinstance(y, bool) or not isinstance(y, int):
+            raise TypeError(f"years must be two ints, not {years!r}")
+    if not FIRST_YEAR <= first <= last <= LAST_YEAR:
+        raise ValueError(f"years {first}..{last} are not a window inside "
+                         f"{FIRST_YEAR}..{LAST_YEAR}")
+    return first, last
 
 
 def _utf8(text: str) -> bytes:
@@ -69,22 +96,41 @@ class Extractor:
         except DictionaryError as e:
             raise DictionaryError(f"{os.fsdecode(dictionaries)}: {e}") from None
 
-    def extract(self, text: str, reference: _dt.datetime) -> Extraction:
+    def extract(self, text: str, reference: _dt.datetime, *, prefer: str = "future",
+                years: Optional[Tuple[int, int]] = None) -> Extraction:
         """The expressions of ``text``, resolved against ``reference``.
 
         ``reference`` is a datetime in Korea (an aware one is converted to
-        Korean time; seconds are not read). Raises TypeError for arguments of
-        the wrong type and ValueError for a reference outside 1970..2043, a
-        text holding a NUL character, or a closed extractor.
+        Korean time; seconds are not read).
+
+        ``prefer="future"`` places a date or time the text leaves open (the
+        19th, Friday, 9 o'clock) on the nearest moment not before the
+        reference, as a message about plans means; ``prefer="past"`` on the
+        latest moment not after it, as a report or an archive means. Words
+        that say their direction (tomorrow, last Friday) keep it either way.
+
+        ``years=(first, last)``, any window inside 1900..2099, reads every
+        written year inside it (two-digit years in the century nearest the
+        reference), drops results outside it and accepts references inside
+        it. Left out, the years are the engine's first rules: written years
+        2000..2030, results up to 2035, references in 1970..2043.
+
+        Raises TypeError for arguments of the wrong type and ValueError for
+        an unknown ``prefer``, a window outside 1900..2099 or upside down, a
+        reference outside the years, a text holding a NUL character, or a
+        closed extractor.
         """
         if not isinstance(text, str):
             raise TypeError(f"text must be a str, not {type(text).__name__}")
         ref = _reference(reference)
+        past = _prefer(prefer)
+        first, last = _years(years)
         if self._native is None:
             raise ValueError("extract on a closed Extractor")
-        status, detail, content, expressions = self._native.extract(_utf8(text), ref)
+        status, detail, content, expressions = self._native.extract(
+            _utf8(text), ref, past, first, last)
         if status == _REFERENCE:
-            raise ValueError(f"reference {reference} is outside 1970..2043: {detail}")
+            raise ValueError(f"reference {reference} is outside the years it may lie in: {detail}")
         if status == _TEXT:
             raise ValueError(f"text cannot be read: {detail}")
         if status == _MEMORY:

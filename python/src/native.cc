@@ -39,7 +39,14 @@ class NativeExtractor {
   // (is_span, cycle, start[9], end[9], begin, end) with the moments as
   // year .. second (-1 open), has_date, has_time, has_ampm, and the
   // positions in code points.
-  py::tuple Extract(const std::string& text, const std::string& reference) {
+  // `prefer` is 0 (future) or 1 (past); the years bound the window.
+  py::tuple Extract(const std::string& text, const std::string& reference, int prefer,
+                    int32_t minYear, int32_t maxYear) {
+    ekr_options options;
+    ekr_options_init(&options);
+    options.prefer = prefer == 1 ? EKR_PREFER_PAST : EKR_PREFER_FUTURE;
+    options.min_year = minYear;
+    options.max_year = maxYear;
     eti::session::Results r;
     Status s;
     {
@@ -47,8 +54,11 @@ class NativeExtractor {
       std::shared_lock<std::shared_mutex> lock(mutex_);
       if (ex_ == nullptr) {
         s = Status::Error(EKR_ERROR_ARGUMENT, "the extractor is closed");
+      } else if (prefer != 0 && prefer != 1) {
+        s = Status::Error(EKR_ERROR_ARGUMENT, "prefer " + std::to_string(prefer) +
+                                                  " is neither future (0) nor past (1)");
       } else {
-        s = ex_->Extract(text, reference, &r);
+        s = ex_->Extract(text, reference, options, &r);
       }
     }
     py::list expressions;
@@ -96,6 +106,9 @@ PYBIND11_MODULE(_native, m) {
     const Status s = Extractor::Open({blob(0), blob(1), blob(2), blob(3), blob(4), blob(5)}, &ex);
     return NativeExtractor::Opened(s, std::move(ex));
   });
+  ekr_options whole;
+  ekr_options_init(&whole);
+  m.attr("WHOLE_CALL_YEARS") = py::make_tuple(whole.min_year, whole.max_year);
   m.attr("DICTIONARY_FILES") =
       py::make_tuple("settings.txt", "replace.bin", "tags.bin", "patterns.bin", "units.bin",
                      "words.dic");

@@ -1,5 +1,7 @@
 """A LocalCluster of two worker processes gives what one process gives."""
 
+import datetime
+
 import pytest
 
 from conftest import REF, corpus
@@ -41,3 +43,23 @@ def test_a_dataframe_column(client):
     got = ekd.extract_column(frame["text"], REF).compute().tolist()
     with Extractor() as ex:
         assert got == [ex.extract(t, REF) for t in texts]
+
+
+def test_reading_options_reach_the_workers(client):
+    friday = datetime.datetime(2024, 5, 24, 10, 30)
+    texts = ["19일 개봉", "1997년 10월 외환위기", "금요일 발표", "날씨 맑음"] * 5
+    archive = dict(prefer="past", years=(1900, 2099))
+    with Extractor() as ex:
+        expected = [ex.extract(t, friday, **archive) for t in texts]
+        assert expected != [ex.extract(t, friday) for t in texts]
+    bag = db.from_sequence(texts, npartitions=4)
+    assert ekd.extract(bag, friday, **archive).compute() == expected
+    pd = pytest.importorskip("pandas")
+    dd = pytest.importorskip("dask.dataframe")
+    frame = dd.from_pandas(pd.DataFrame({"text": texts}), npartitions=3)
+    assert ekd.extract_column(frame["text"], friday, **archive).compute().tolist() == expected
+    # Bad options are refused where the graph is made, not in the workers.
+    with pytest.raises(ValueError, match="1900..2099"):
+        ekd.extract(bag, friday, years=(1800, 1900))
+    with pytest.raises(ValueError, match="'future' or 'past'"):
+        ekd.extract_column(frame["text"], friday, prefer="later")

@@ -131,7 +131,8 @@ JNIEXPORT void JNICALL Java_extractorkr_KoreanTimeExtractor_close0(JNIEnv*, jcla
 }
 
 JNIEXPORT jintArray JNICALL Java_extractorkr_KoreanTimeExtractor_extract0(
-    JNIEnv* env, jclass, jlong pointer, jstring text, jstring reference, jobjectArray out) {
+    JNIEnv* env, jclass, jlong pointer, jstring text, jstring reference, jint prefer,
+    jint firstYear, jint lastYear, jobjectArray out) {
   const auto* ex = reinterpret_cast<const Extractor*>(static_cast<intptr_t>(pointer));
   std::vector<jint> answer(2, 0);
   try {
@@ -144,8 +145,14 @@ JNIEXPORT jintArray JNICALL Java_extractorkr_KoreanTimeExtractor_extract0(
     env->GetStringRegion(reference, 0, refLength, reinterpret_cast<jchar*>(&refUnits[0]));
     const std::string ref = Utf8Of(reinterpret_cast<const jchar*>(refUnits.data()), refLength);
 
+    // The Java side checked the window; prefer is 0 or 1.
+    ekr_options options;
+    ekr_options_init(&options);
+    options.prefer = prefer == 1 ? EKR_PREFER_PAST : EKR_PREFER_FUTURE;
+    options.min_year = firstYear;
+    options.max_year = lastYear;
     eti::session::Results results;
-    const Status s = ex->Extract(utf8, ref, &results);
+    const Status s = ex->Extract(utf8, ref, options, &results);
     if (!s.ok()) {
       answer[0] = s.code;
       SetFirst(env, out, s.detail);

@@ -263,4 +263,64 @@ class KoreanTimeExtractorTest {
     closing.close(); // harmless
     assertThrows(IllegalStateException.class, () -> closing.extract("내일", REF));
   }
+
+  private static LocalDate startDate(String text, LocalDateTime ref, ExtractOptions options) {
+    List<TimeExpression> found = extractor.extract(text, ref, options).expressions();
+    assertEquals(1, found.size(), text + " -> " + found);
+    return found.get(0).start().date().orElseThrow();
+  }
+
+  @Test
+  void optionsPlaceOpenDatesInThePastAndReadOtherYears() {
+    LocalDateTime friday = LocalDateTime.of(2024, 5, 24, 10, 30);
+    ExtractOptions past = ExtractOptions.defaults().preferPast();
+    String[][] cases = {
+      // text, past, future
+      {"19일 개봉", "2024-05-19", "2024-06-19"},
+      {"3월 1일", "2024-03-01", "2025-03-01"},
+      {"수요일 발표", "2024-05-22", "2024-05-29"},
+      {"금요일", "2024-05-24", "2024-05-31"},
+      {"12월", "2023-12-01", "2024-12-01"},
+      {"내일", "2024-05-25", "2024-05-25"},
+      {"지난 금요일", "2024-05-17", "2024-05-17"},
+    };
+    for (String[] c : cases) {
+      assertEquals(LocalDate.parse(c[1]), startDate(c[0], friday, past), c[0]);
+      assertEquals(LocalDate.parse(c[2]), startDate(c[0], friday, ExtractOptions.defaults()), c[0]);
+    }
+    assertEquals(
+        LocalDateTime.of(2024, 5, 23, 23, 0),
+        extractor.extract("11시", friday, past).expressions().get(0).start().toLocalDateTime().get());
+
+    ExtractOptions archive = past.years(1900, 2099);
+    assertEquals(LocalDate.of(1948, 8, 15), startDate("1948년 8월 15일", friday, archive));
+    assertEquals(LocalDate.of(1997, 10, 1), startDate("1997년 10월", friday, archive));
+    assertEquals(LocalDate.of(1998, 1, 1), startDate("98년도 자료", friday, archive));
+    assertTrue(extractor.extract("1997년 10월", friday).expressions().isEmpty());
+    LocalDateTime war = LocalDateTime.of(1950, 6, 25, 4, 0);
+    assertEquals(LocalDate.of(1950, 6, 23), startDate("금요일", war, archive));
+
+    // Immutable values; the defaults are the two-argument call's.
+    assertFalse(ExtractOptions.defaults().prefersPast());
+    assertTrue(archive.prefersPast());
+    assertEquals(2000, ExtractOptions.defaults().firstYear());
+    assertEquals(2035, ExtractOptions.defaults().lastYear());
+    assertEquals(ExtractOptions.defaults(), archive.preferFuture().years(2000, 2035));
+    assertEquals(
+        "ExtractOptions[prefer=past, years=1900..2099]", archive.toString());
+    for (String text : new String[] {"내일 오후 3시", "매주 월요일 10시 회의", "금요일까지"}) {
+      assertEquals(
+          extractor.extract(text, REF), extractor.extract(text, REF, ExtractOptions.defaults()));
+    }
+
+    assertThrows(IllegalArgumentException.class, () -> ExtractOptions.defaults().years(1899, 2000));
+    assertThrows(IllegalArgumentException.class, () -> ExtractOptions.defaults().years(2000, 2100));
+    assertThrows(IllegalArgumentException.class, () -> ExtractOptions.defaults().years(2030, 2010));
+    assertThrows(NullPointerException.class, () -> extractor.extract("내일", REF, null));
+    IllegalArgumentException outside =
+        assertThrows(
+            IllegalArgumentException.class,
+            () -> extractor.extract("내일", war, ExtractOptions.defaults().years(1990, 2010)));
+    assertTrue(outside.getMessage().contains("1990..2010"), outside.getMessage());
+  }
 }
