@@ -29,6 +29,23 @@ std::string Read(const std::string& path) {
   return text;
 }
 
+// The bytes of a form value: letters and digits as they are, a space as
+// '+', the rest percent-encoded.
+std::string FormEncode(const std::string& s) {
+  static const char kHex[] = "0123456789ABCDEF";
+  std::string out;
+  for (unsigned char c : s) {
+    if ((c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z')) {
+      out.push_back(static_cast<char>(c));
+    } else if (c == ' ') {
+      out.push_back('+');
+    } else {
+      out += {'%', kHex[c >> 4], kHex[c & 15]};
+    }
+  }
+  return out;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -37,7 +54,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   const std::string out = argv[1];
-  for (const char* sub : {"", "/call", "/blob", "/tools", "/session"}) mkdir((out + sub).c_str(), 0755);
+  for (const char* sub : {"", "/call", "/blob", "/tools", "/session", "/server"}) mkdir((out + sub).c_str(), 0755);
 
   const std::string corpus = std::string(ETI_SOURCE_DIR) + "/corpus/ko";
   std::string texts, jsonl;
@@ -64,12 +81,23 @@ int main(int argc, char** argv) {
         Write(out + "/session/edited-" + id,
               std::string(1, '\1') + ref + std::string("\1\2\0\x40\x01\0 ", 7) + c.text);
       }
+      if (n % 4 == 2) {
+        // A POST /parse of the sentence, with one of the optional fields.
+        static const char* const extra[] = {"", "&tz=America%2FNew_York", "&dims=%5B%22time%22%5D",
+                                            "&prefer=past&years=1900-2099"};
+        Write(out + "/server/" + id, std::string("\1\0\1text=", 8) + FormEncode(c.text) +
+                                         "&locale=ko_KR&reftime=1716514200000" + extra[n / 4 % 4]);
+      }
       texts += c.text + "\n";
       std::string quoted;
       for (char ch : c.text) quoted += ch == '"' ? std::string("\\\"") : std::string(1, ch);
       jsonl += "{\"text\": \"" + quoted + "\", \"ref\": \"" + c.ref + "\"}\n";
     }
   }
+  Write(out + "/server/health", std::string("\0\2\0", 3));
+  Write(out + "/server/targets", std::string("\0\3\0", 3));
+  Write(out + "/server/query", std::string("\1\0\0", 3) + "locale=ko" + std::string(1, '\0') +
+                                   "text=%EB%82%B4%EC%9D%BC+3%EC%8B%9C");
   Write(out + "/texts.txt", texts);
   Write(out + "/tools/lines", std::string(1, '\0') + texts);
   Write(out + "/tools/jsonl", std::string(1, '\1') + jsonl);

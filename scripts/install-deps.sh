@@ -5,7 +5,8 @@
 #   install-deps.sh         everything the tests need as well
 set -euo pipefail
 
-packages=(cmake make g++ openjdk-17-jdk-headless nlohmann-json3-dev python3)
+packages=(cmake make g++ pkg-config openjdk-17-jdk-headless nlohmann-json3-dev python3
+          libmicrohttpd-dev libhowardhinnant-date-dev libcli11-dev tzdata)
 if [ "${1:-all}" != "build" ]; then
   packages+=(
     libgtest-dev googletest libbenchmark-dev pkg-config junit5
@@ -13,7 +14,7 @@ if [ "${1:-all}" != "build" ]; then
     pybind11-dev python3-pybind11 python3-pytest python3-hypothesis
     python3-dask python3-distributed python3-pandas
     g++-aarch64-linux-gnu qemu-user
-    clang libclang-rt-14-dev valgrind hunspell-ko
+    clang libclang-rt-14-dev valgrind hunspell-ko wrk
   )
 fi
 missing=()

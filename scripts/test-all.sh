@@ -71,5 +71,6 @@ scripts/fuzz.sh call 25
 scripts/fuzz.sh blob 15
 scripts/fuzz.sh tools 20
 scripts/fuzz.sh session 25
+scripts/fuzz.sh server 15
 
 step "all tests passed"

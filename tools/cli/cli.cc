@@ -6,7 +6,6 @@
 // Every problem names the option, argument or input line it came from.
 #include "cli/cli.h"
 
-#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -17,6 +16,7 @@
 #include "common/dict_source.h"
 #include "common/source_set.h"
 #include "common/file_util.h"
+#include "common/reading_options.h"
 #include "common/trie_format.h"
 #include "driver/engine.h"
 #include "jni/json_writer.h"
@@ -60,35 +60,6 @@ struct Options {
   std::vector<std::string> texts;
 };
 
-bool Exists(const std::string& path) {
-  struct stat st;
-  return stat(path.c_str(), &st) == 0;
-}
-
-// The set of --dict DIR: compiled files, or sources compiled in memory.
-bool LoadDirectory(const std::string& dir, CompiledSet* set, std::ostream& err) {
-  if (Exists(dir + "/tags.bin")) {
-    std::string* parts[6] = {&set->settings, &set->replace, &set->tags,
-                             &set->patterns, &set->units,   &set->words};
-    for (int k = 0; k < 6; ++k) {
-      std::string error;
-      if (!ReadFile(dir + "/" + session::kDictionaryFiles[k], parts[k], &error)) {
-        err << "extractor-kr: --dict: " << error << "\n";
-        return false;
-      }
-    }
-    return true;
-  }
-  if (!Exists(dir + "/tags.txt")) {
-    err << "extractor-kr: --dict: " << dir << ": no dictionaries (tags.bin or tags.txt) there\n";
-    return false;
-  }
-  std::vector<SourceError> errors;
-  *set = CompileSourceDir(dir, &errors);
-  for (const SourceError& e : errors) err << e.Format() << "\n";
-  return errors.empty();
-}
-
 // The current time in Korea (UTC+9, no daylight saving).
 std::string Now() {
   const int64_t wall = static_cast<int64_t>(std::time(nullptr)) + 9 * 3600;
@@ -116,41 +87,6 @@ std::string ReferenceProblem(const std::string& ref) {
            "minutes 0..60)";
   }
   return "";
-}
-
-// "future" or "past" into *prefer; false otherwise.
-bool ParsePrefer(const std::string& v, ekr_prefer* prefer) {
-  if (v == "future" || v == "past") {
-    *prefer = v == "past" ? EKR_PREFER_PAST : EKR_PREFER_FUTURE;
-    return true;
-  }
-  return false;
-}
-
-// "MIN-MAX" into the window of *o; the problem in words otherwise.
-std::string ParseYears(const std::string& v, ekr_options* o) {
-  const size_t dash = v.find('-');
-  const auto number = [](const std::string& s, int32_t* n) {
-    if (s.empty() || s.size() > 4 || s.find_first_not_of("0123456789") != std::string::npos) {
-      return false;
-    }
-    *n = std::stoi(s);
-    return true;
-  };
-  ekr_options w = *o;
-  if (dash == std::string::npos || !number(v.substr(0, dash), &w.min_year) ||
-      !number(v.substr(dash + 1), &w.max_year)) {
-    return "\"" + v + "\" is not MIN-MAX (such as 1900-2099)";
-  }
-  const std::string problem = session::OptionsProblem(w);
-  if (!problem.empty()) return problem;
-  *o = w;
-  return "";
-}
-
-bool WholeCall(const ekr_options& o) {
-  const ekr_options w = session::WholeCallOptions();
-  return o.prefer == w.prefer && o.min_year == w.min_year && o.max_year == w.max_year;
 }
 
 // YYYYMMDDhhmmss with F's for what the text left open.
@@ -457,7 +393,7 @@ int RunCli(const std::vector<std::string>& args, std::istream& in, std::ostream&
     };
     blobs = {copy(d.settings), copy(d.replacements), copy(d.tags),
              copy(d.patterns), copy(d.unit_sequences), copy(d.words)};
-  } else if (!LoadDirectory(o.dictDir, &blobs, err)) {
+  } else if (!LoadDictDir(o.dictDir, "extractor-kr", &blobs, err)) {
     return 2;
   }
   if (!o.settingsFile.empty()) {

@@ -1,10 +1,12 @@
 #include "common/source_set.h"
 
 #include <algorithm>
+#include <sys/stat.h>
 
 #include "common/case_file.h"
 #include "common/file_util.h"
 #include "common/trie_format.h"
+#include "session/extractor.h"
 
 namespace eti::tools {
 
@@ -58,6 +60,34 @@ CompiledSet CompileSourceDir(const std::string& dir, std::vector<SourceError>* e
     set.words = WordListText(ReadWordSource(words, dir + "/words.txt", errors));
   }
   return set;
+}
+
+bool LoadDictDir(const std::string& dir, const std::string& tool, CompiledSet* set,
+                 std::ostream& err) {
+  const auto exists = [](const std::string& path) {
+    struct stat st;
+    return stat(path.c_str(), &st) == 0;
+  };
+  if (exists(dir + "/tags.bin")) {
+    std::string* parts[6] = {&set->settings, &set->replace, &set->tags,
+                             &set->patterns, &set->units,   &set->words};
+    for (int k = 0; k < 6; ++k) {
+      std::string error;
+      if (!ReadFile(dir + "/" + session::kDictionaryFiles[k], parts[k], &error)) {
+        err << tool << ": --dict: " << error << "\n";
+        return false;
+      }
+    }
+    return true;
+  }
+  if (!exists(dir + "/tags.txt")) {
+    err << tool << ": --dict: " << dir << ": no dictionaries (tags.bin or tags.txt) there\n";
+    return false;
+  }
+  std::vector<SourceError> errors;
+  *set = CompileSourceDir(dir, &errors);
+  for (const SourceError& e : errors) err << e.Format() << "\n";
+  return errors.empty();
 }
 
 }  // namespace eti::tools

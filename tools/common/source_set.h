@@ -7,6 +7,7 @@
 #ifndef EXTRACTOR_KR_TOOLS_COMMON_SOURCE_SET_H_
 #define EXTRACTOR_KR_TOOLS_COMMON_SOURCE_SET_H_
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,12 @@ struct CompiledSet {
 // The sources of a directory compiled as dictc compiles them.  Every problem
 // found is appended to *errors; the set is usable only when none was.
 CompiledSet CompileSourceDir(const std::string& dir, std::vector<SourceError>* errors);
+
+// The set of a tool's --dict DIR: the compiled files when tags.bin is
+// there, otherwise the sources compiled in memory.  Problems go to `err`,
+// one a line, after the tool's name.
+bool LoadDictDir(const std::string& dir, const std::string& tool, CompiledSet* set,
+                 std::ostream& err);
 
 }  // namespace eti::tools
 

@@ -1,0 +1,129 @@
+// The time service's request handler with arbitrary requests, no network:
+// every answer must be one of the statuses it documents, every error a line
+// of JSON, and every entity of a 200 a slice of the text it was given.
+//
+// Layout of an input:
+//   byte 0     method (mod 4: GET, POST, HEAD, PUT)
+//   byte 1     path (mod 5: /parse, /parse/, /, /targets, /other)
+//   byte 2     Content-Type (mod 4: none, the form's, the form's with a
+//              charset, JSON)
+//   the rest   the body, then after a NUL byte (when there is one) the
+//              query string, split at '&' and '=' as sent
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "server/duckling.h"
+#include "session/extractor.h"
+
+namespace {
+
+using eti::server::Fields;
+
+const eti::server::Service& TheService() {
+  static const std::unique_ptr<eti::session::Extractor> ex = [] {
+    std::unique_ptr<eti::session::Extractor> e;
+    if (!eti::session::Extractor::OpenDefault(&e).ok()) std::abort();
+    return e;
+  }();
+  static const eti::server::Service service(ex.get(), eti::server::FindZone("Asia/Seoul"));
+  return service;
+}
+
+// The code points of valid UTF-8, each as its bytes.
+std::vector<std::string> CodePoints(const std::string& s) {
+  std::vector<std::string> out;
+  for (size_t i = 0; i < s.size();) {
+    const auto b = static_cast<unsigned char>(s[i]);
+    const size_t n = b < 0x80 ? 1 : b < 0xE0 ? 2 : b < 0xF0 ? 3 : 4;
+    out.push_back(s.substr(i, n));
+    i += n;
+  }
+  return out;
+}
+
+void Check(bool ok) {
+  if (!ok) std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const std::string in(reinterpret_cast<const char*>(data), size);
+  const auto byte = [&](size_t k) { return k < in.size() ? static_cast<unsigned char>(in[k]) : 0u; };
+  static const char* const methods[] = {"GET", "POST", "HEAD", "PUT"};
+  static const char* const paths[] = {"/parse", "/parse/", "/", "/targets", "/other"};
+  static const char* const types[] = {"", "application/x-www-form-urlencoded",
+                                      "application/x-www-form-urlencoded; charset=EUC-KR",
+                                      "application/json"};
+  eti::server::Request r;
+  r.method = methods[byte(0) % 4];
+  r.path = paths[byte(1) % 5];
+  r.contentType = types[byte(2) % 4];
+  const std::string rest = in.size() > 3 ? in.substr(3) : std::string();
+  const size_t nul = rest.find('\0');
+  r.body = rest.substr(0, nul);
+  if (nul != std::string::npos) {
+    const std::string query = rest.substr(nul + 1);
+    for (size_t at = 0; at <= query.size();) {
+      size_t end = query.find('&', at);
+      if (end == std::string::npos) end = query.size();
+      const std::string pair = query.substr(at, end - at);
+      const size_t eq = pair.find('=');
+      r.query.emplace_back(pair.substr(0, eq), eq == std::string::npos ? "" : pair.substr(eq + 1));
+      at = end + 1;
+    }
+  }
+
+  const eti::server::Response answer =
+      TheService().Handle(r, std::chrono::system_clock::time_point(std::chrono::hours(480000)));
+  const int s = answer.status;
+  Check(s == 200 || s == 400 || s == 404 || s == 413 || s == 422);
+  if (s == 400 || s == 404 || s == 413) {
+    const nlohmann::json error = nlohmann::json::parse(answer.body);
+    Check(error.at("error").is_string());
+    Check(answer.body.find('\n') == answer.body.size() - 1);
+  }
+  const bool parse = r.path.compare(0, 6, "/parse") == 0 && r.method == "POST";
+  if (s != 200 || !parse) return 0;
+
+  // The text as the handler read it: the first "text" of the body, then of
+  // the query.
+  Fields fields;
+  std::string problem;
+  Check(eti::server::DecodeForm(r.body, &fields, &problem));
+  for (const auto& [name, value] : r.query) {
+    std::string n, v;
+    Check(eti::server::DecodeComponent(name, &n) && eti::server::DecodeComponent(value, &v));
+    fields.emplace_back(n, v);
+  }
+  const std::string* text = nullptr;
+  for (const auto& [name, value] : fields) {
+    if (name == "text") {
+      text = &value;
+      break;
+    }
+  }
+  Check(text != nullptr);
+  const std::vector<std::string> points = CodePoints(*text);
+  const nlohmann::json entities = nlohmann::json::parse(answer.body);
+  Check(entities.is_array());
+  int64_t last = -1;
+  for (const nlohmann::json& e : entities) {
+    Check(e.size() == 6 && e.at("dim") == "time" && e.at("latent") == false);
+    const int64_t start = e.at("start"), end = e.at("end");
+    Check(start >= last && start <= end && end <= static_cast<int64_t>(points.size()));
+    last = start;
+    std::string slice;
+    for (int64_t k = start; k < end; ++k) slice += points[static_cast<size_t>(k)];
+    Check(e.at("body") == slice);
+    const nlohmann::json& v = e.at("value");
+    Check(v.at("values").size() == 1);
+    Check(v.at("type") == "value" ? v.at("value").is_string()
+                                  : v.contains("from") || v.contains("to"));
+  }
+  return 0;
+}

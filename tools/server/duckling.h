@@ -1,0 +1,78 @@
+// The requests and answers of a time service that speaks the HTTP API of
+// the common open-source entity parsers: POST /parse with a form (text,
+// locale, tz, reftime, dims), answered with a JSON array of entities.  No
+// network here: a request in, a response out, so that tests and the fuzz
+// target drive it directly.
+#ifndef EXTRACTOR_KR_TOOLS_SERVER_DUCKLING_H_
+#define EXTRACTOR_KR_TOOLS_SERVER_DUCKLING_H_
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "extractor_kr.h"
+
+namespace date {
+class time_zone;
+}
+
+namespace eti::session {
+class Extractor;
+}
+
+namespace eti::server {
+
+// The largest request body read; a longer one is answered 413.
+constexpr size_t kMaxBody = size_t{1} << 20;
+
+// Name and value pairs, in the order sent.
+using Fields = std::vector<std::pair<std::string, std::string>>;
+
+struct Request {
+  std::string method;       // "GET", "POST", ...
+  std::string path;         // as sent, without the query
+  Fields query;             // the query's pairs, still percent-encoded
+  std::string contentType;  // the Content-Type header; "" when absent
+  std::string body;
+};
+
+struct Response {
+  int status = 200;
+  std::string contentType;
+  std::string body;
+};
+
+// Decodes application/x-www-form-urlencoded: pairs split at '&', name and
+// value at the first '=', '+' and %20 a space, %XX a byte.  False, with the
+// problem in words, for a '%' not followed by two hex digits.
+bool DecodeForm(std::string_view form, Fields* out, std::string* problem);
+
+// Decodes one component of a form as DecodeForm does.
+bool DecodeComponent(std::string_view s, std::string* out);
+
+// A zone of the system's tz database; nullptr when it has none of that name.
+const date::time_zone* FindZone(std::string_view name);
+
+class Service {
+ public:
+  // `ex` and `defaultZone` (the zone of a request that names none) outlive
+  // the service.  A service is immutable and serves any number of threads.
+  Service(const session::Extractor* ex, const date::time_zone* defaultZone);
+
+  // The answer to a request; `now` is the reference of a request without
+  // one.  Never throws.
+  Response Handle(const Request& r, std::chrono::system_clock::time_point now) const;
+
+ private:
+  Response Parse(const Request& r, std::chrono::system_clock::time_point now) const;
+
+  const session::Extractor* ex_;
+  const date::time_zone* zone_;
+};
+
+}  // namespace eti::server
+
+#endif  // EXTRACTOR_KR_TOOLS_SERVER_DUCKLING_H_

@@ -1,0 +1,102 @@
+// extractor-kr-server: the Korean time service on HTTP, answering the
+// requests of the common entity-parser API (POST /parse).
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <pthread.h>
+#include <string>
+#include <thread>
+
+#include "common/source_set.h"
+#include "server/duckling.h"
+#include "server/http_server.h"
+#include "session/extractor.h"
+
+namespace {
+
+using eti::server::HttpServer;
+using eti::server::Request;
+using eti::server::Response;
+using eti::server::ServerOptions;
+using eti::server::Service;
+using eti::session::Extractor;
+
+int Fail(const std::string& message) {
+  std::cerr << "extractor-kr-server: " << message << "\n";
+  return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  ServerOptions o;
+  o.threads = std::max(1u, std::thread::hardware_concurrency());
+  std::string tz = "Asia/Seoul", dictDir;
+  CLI::App app(
+      "A Korean time service on HTTP: POST /parse with a form (text, locale, tz, reftime, dims,\n"
+      "prefer, years) answers a JSON array of the time entities of the text; GET / answers\n"
+      "quack!, GET /targets the locales and dimensions served.",
+      "extractor-kr-server");
+  app.add_option("--host", o.host, "address to listen on")->capture_default_str();
+  app.add_option("--port", o.port, "port to listen on (0: any free one)")->capture_default_str();
+  app.add_option("--threads", o.threads, "worker threads")
+      ->check(CLI::Range(1u, 1024u))
+      ->capture_default_str();
+  app.add_option("--tz", tz, "time zone of a request that names none")->capture_default_str();
+  app.add_option("--dict", dictDir,
+                 "dictionaries: compiled (tags.bin ...) or sources (tags.txt ...); default: "
+                 "the set built into the library");
+  app.add_option("--timeout", o.timeoutSeconds,
+                 "seconds a connection may stay without traffic before it is closed")
+      ->check(CLI::Range(1u, 3600u))
+      ->capture_default_str();
+  app.add_flag("--access-log", o.accessLog, "a line per request on standard output");
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    // --help is answered with status 0; bad usage, as in the other tools, 2.
+    return app.exit(e) == 0 ? 0 : 2;
+  }
+
+  const date::time_zone* zone = eti::server::FindZone(tz);
+  if (zone == nullptr) return Fail("--tz " + tz + ": no such time zone");
+
+  std::unique_ptr<Extractor> ex;
+  eti::tools::CompiledSet set;
+  if (!dictDir.empty() && !eti::tools::LoadDictDir(dictDir, "extractor-kr-server", &set, std::cerr)) {
+    return 2;
+  }
+  const eti::session::Status opened =
+      dictDir.empty() ? Extractor::OpenDefault(&ex) : Extractor::Open(set.View(), &ex);
+  if (!opened.ok()) return Fail((dictDir.empty() ? "" : "--dict " + dictDir + ": ") + opened.detail);
+  const Service service(ex.get(), zone);
+
+  // The pool's threads inherit a mask without these signals, so that only
+  // this thread takes them.
+  sigset_t stop;
+  sigemptyset(&stop);
+  sigaddset(&stop, SIGINT);
+  sigaddset(&stop, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &stop, nullptr);
+  std::signal(SIGPIPE, SIG_IGN);
+
+  std::string problem;
+  const std::unique_ptr<HttpServer> server = HttpServer::Start(
+      o, [&service](const Request& r) { return service.Handle(r, std::chrono::system_clock::now()); },
+      &problem);
+  if (server == nullptr) return Fail(problem);
+  const bool v6 = o.host.find(':') != std::string::npos;
+  std::printf("extractor-kr-server: listening on http://%s%s%s:%u (%u threads, default zone %s)\n",
+              v6 ? "[" : "", o.host.c_str(), v6 ? "]" : "", server->port(), o.threads, tz.c_str());
+  std::fflush(stdout);
+
+  int signal = 0;
+  sigwait(&stop, &signal);
+  std::fprintf(stderr, "extractor-kr-server: %s, stopping\n", signal == SIGINT ? "SIGINT" : "SIGTERM");
+  // Requests in flight get a second and a half; the rest is closed.
+  server->Stop(std::chrono::milliseconds(1500));
+  return 0;
+}
