@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -170,18 +169,39 @@ TEST(Options, ThePastPreferredPlacesOpenDatesBeforeTheReference) {
   }
 }
 
+// Whether a text holds a word for the future, a year, or a word that places
+// its date itself (this month, today ...), or a span.
+bool PlacesItsOwnDate(const std::string& t) {
+  static const char* const words[] = {
+      "내일", "낼", "모레", "글피", "다음", "담주", "담달", "오는", "내년", "명년", "내후년",
+      "후에", "후 ", "뒤", "이따", "나중", "향후", "앞으로", "내달", "익월", "익일",
+      "차주", "부터", "까지", "~", "-", "매", "안에", "내로", "이내", "중으로",
+      "중에", "말", "주말", "이번", "오늘", "금일", "이달", "올", "금년", "금주",
+      "천구백", "이천", "'"};
+  for (const char* w : words) {
+    if (t.find(w) != std::string::npos) return true;
+  }
+  if (t.size() >= 3 && t.compare(t.size() - 3, 3, "후") == 0) return true;
+  // A number before 년, or a date written with dots or slashes.
+  for (size_t i = 0; i < t.size(); ++i) {
+    if (t[i] < '0' || t[i] > '9') continue;
+    size_t j = i;
+    while (j < t.size() && t[j] >= '0' && t[j] <= '9') ++j;
+    if (t.compare(j, 3, "년") == 0 || t.compare(j, 4, " 년") == 0) return true;
+    if (j - i >= 2 && j < t.size() && (t[j] == '.' || t[j] == '/')) return true;
+    i = j;
+  }
+  return false;
+}
+
 // Under the past preference no result of a text that leaves its date open
 // (no word for the future, no year, no "this ..." that places it) starts
 // after the reference, whatever the reference.
 TEST(Options, WithoutFutureWordsNothingStartsAfterTheReferenceInThePast) {
-  const std::regex futureWords(
-      "내일|낼|모레|글피|다음|담주|담달|다다음|오는|돌아오는|내년|명년|내후년|후에|후 |후$|뒤|이따|"
-      "나중|향후|앞으로|내달|익월|익일|차주|부터|까지|~|-|매|안에|내로|이내|중으로|중에|말|주말|"
-      "[0-9]+ ?년|[0-9]{4}[./]|[0-9]{2}\\.[0-9]|'[0-9]|이번|오늘|금일|이달|올|금년|금주|천구백|이천");
   std::vector<std::string> texts;
   for (const std::string& f : tools::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
     for (const Case& c : ReadCases("corpus/ko/" + f)) {
-      if (!std::regex_search(c.text, futureWords)) texts.push_back(c.text);
+      if (!PlacesItsOwnDate(c.text)) texts.push_back(c.text);
     }
   }
   ASSERT_GT(texts.size(), 300u);
