@@ -27,7 +27,7 @@ class CMakeBuild(build_ext):
         subprocess.check_call([
             "cmake", "-S", str(ROOT), "-B", str(build), "-DCMAKE_BUILD_TYPE=Release",
             "-DEXTRACTOR_KR_PYTHON=ON", "-DEXTRACTOR_KR_TESTS=OFF", "-DEXTRACTOR_KR_BENCH=OFF",
-            "-DEXTRACTOR_KR_JAVA=OFF", f"-DPython_EXECUTABLE={sys.executable}",
+            "-DEXTRACTOR_KR_JAVA=OFF", "-DEXTRACTOR_KR_SERVER=OFF", f"-DPython_EXECUTABLE={sys.executable}",
             f"-DPYTHON_EXECUTABLE={sys.executable}",
             f"-Dpybind11_DIR={pybind11.get_cmake_dir()}",
         ])

@@ -350,5 +350,12 @@ TEST(Server, BadOptionsStopItWithStatusTwo) {
   }
 }
 
+// Last: the server the tests above shared stops cleanly (under the
+// sanitizers, with nothing to report).
+TEST(Server, TheSharedServerStopsWithStatusZero) {
+  double seconds = 0;
+  EXPECT_EQ(SharedServer().Stop(&seconds), 0);
+}
+
 }  // namespace
 }  // namespace eti::testing

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdint>
-#include <cstdio>
 #include <exception>
 #include <nlohmann/json.hpp>
 #include <set>
@@ -202,27 +201,64 @@ date::local_seconds NextStart(date::local_seconds t, Grain g) {
   return s + seconds{1};
 }
 
-// "2013-02-13T15:00:00.000+09:00": the wall-clock time in the zone, with
-// the zone's offset at that moment.  A time the zone skips (a clock set
-// forward) is read with the offset before the skip, so it lands as far
-// after the skip as it was after the skip's start (02:30 on a night whose
-// 02:00 became 03:00 is 03:30); a time the zone repeats is the earlier.
-std::string Iso(const date::time_zone* zone, date::local_seconds t) {
+void AppendDigits(int64_t v, int width, std::string* out) {
+  char buf[8];
+  for (int k = width - 1; k >= 0; --k, v /= 10) buf[k] = static_cast<char>('0' + v % 10);
+  out->append(buf, static_cast<size_t>(width));
+}
+
+// "2013-02-13T15:00:00.000+09:00", quoted: the wall-clock time in the
+// zone, with the zone's offset at that moment.  A time the zone skips (a
+// clock set forward) is read with the offset before the skip, so it lands
+// as far after the skip as it was after the skip's start (02:30 on a night
+// whose 02:00 became 03:00 is 03:30); a time the zone repeats is the
+// earlier.
+void AppendIso(const date::time_zone* zone, date::local_seconds t, std::string* out) {
   const date::sys_seconds instant{t.time_since_epoch() - zone->get_info(t).first.offset};
-  const seconds offset = zone->get_info(instant).offset;
-  const date::local_seconds shown{instant.time_since_epoch() + offset};
+  const int64_t offset = zone->get_info(instant).offset.count();
+  const date::local_seconds shown{instant.time_since_epoch() + seconds(offset)};
   const date::local_days day = date::floor<date::days>(shown);
   const date::year_month_day ymd{day};
   const int64_t inDay = (shown - day).count();
-  const int64_t off = offset.count() < 0 ? -offset.count() : offset.count();
-  char buf[64];
-  std::snprintf(buf, sizeof buf, "%04d-%02u-%02uT%02d:%02d:%02d.000%c%02d:%02d",
-                static_cast<int>(ymd.year()), static_cast<unsigned>(ymd.month()),
-                static_cast<unsigned>(ymd.day()), static_cast<int>(inDay / 3600),
-                static_cast<int>(inDay / 60 % 60), static_cast<int>(inDay % 60),
-                offset.count() < 0 ? '-' : '+', static_cast<int>(off / 3600),
-                static_cast<int>(off / 60 % 60));
-  return buf;
+  const int64_t off = offset < 0 ? -offset : offset;
+  out->push_back('"');
+  AppendDigits(static_cast<int>(ymd.year()), 4, out);
+  out->push_back('-');
+  AppendDigits(static_cast<unsigned>(ymd.month()), 2, out);
+  out->push_back('-');
+  AppendDigits(static_cast<unsigned>(ymd.day()), 2, out);
+  out->push_back('T');
+  AppendDigits(inDay / 3600, 2, out);
+  out->push_back(':');
+  AppendDigits(inDay / 60 % 60, 2, out);
+  out->push_back(':');
+  AppendDigits(inDay % 60, 2, out);
+  out->append(".000");
+  out->push_back(offset < 0 ? '-' : '+');
+  AppendDigits(off / 3600, 2, out);
+  out->push_back(':');
+  AppendDigits(off / 60 % 60, 2, out);
+  out->push_back('"');
+}
+
+// A JSON string of valid UTF-8.
+void AppendJsonString(std::string_view s, std::string* out) {
+  static const char kHex[] = "0123456789abcdef";
+  out->push_back('"');
+  for (char c : s) {
+    const auto b = static_cast<unsigned char>(c);
+    if (c == '"' || c == '\\') {
+      out->push_back('\\');
+      out->push_back(c);
+    } else if (b < 0x20) {
+      out->append("\\u00");
+      out->push_back(kHex[b >> 4]);
+      out->push_back(kHex[b & 15]);
+    } else {
+      out->push_back(c);
+    }
+  }
+  out->push_back('"');
 }
 
 // A whole year, month or week the text named without a day ("2025년",
@@ -276,23 +312,26 @@ bool NamesLunarDate(std::string_view body) {
 
 bool IsOpen(const ekr_moment& m) { return m.year < 0; }
 
-// The value of an entity; false when a moment lies outside years 1..9999.
-bool EntityValue(const ekr_result& e, std::string_view body, const date::time_zone* zone,
-                 Json* value) {
-  const auto point = [&](date::local_seconds t, Grain g) {
-    Json p;
-    p["value"] = Iso(zone, t);
-    p["grain"] = GrainName(g);
-    return p;
-  };
-  Json v;
+// {"value":...,"grain":...}
+void AppendPoint(const date::time_zone* zone, date::local_seconds t, Grain g, std::string* out) {
+  out->append("{\"value\":");
+  AppendIso(zone, t, out);
+  out->append(",\"grain\":\"").append(GrainName(g)).append("\"}");
+}
+
+// The entity of a result, appended to `out`; false (and nothing appended)
+// when a moment lies outside years 1..9999.
+bool AppendEntity(const ekr_result& e, std::string_view body, const date::time_zone* zone,
+                  std::string* out) {
+  // The value's fields, written once and repeated in "values".
+  std::string fields;
   if (!e.is_span) {
     date::local_seconds t;
     if (!LocalTime(e.start, &t)) return false;
     const Grain g = GrainOf(e.start);
-    v["type"] = "value";
-    v["value"] = Iso(zone, StartOf(t, g));
-    v["grain"] = GrainName(g);
+    fields = "\"type\":\"value\",\"value\":";
+    AppendIso(zone, StartOf(t, g), &fields);
+    fields.append(",\"grain\":\"").append(GrainName(g)).append("\"");
   } else {
     date::local_seconds from{}, to{};
     const bool hasFrom = !IsOpen(e.start), hasTo = !IsOpen(e.end);
@@ -304,42 +343,53 @@ bool EntityValue(const ekr_result& e, std::string_view body, const date::time_zo
     Grain toGrain = hasTo ? GrainOf(e.end) : Grain::kDay;
     Grain period;
     if (hasFrom && hasTo && WholePeriod(e, from, to, &period)) fromGrain = toGrain = period;
-    v["type"] = "interval";
-    if (hasFrom) v["from"] = point(StartOf(from, fromGrain), fromGrain);
+    const date::local_seconds end = hasTo ? NextStart(to, toGrain) : to;
+    if (hasTo && date::year_month_day{date::floor<date::days>(end)}.year() > date::year{9999}) {
+      return false;
+    }
+    fields = "\"type\":\"interval\"";
+    if (hasFrom) {
+      fields.append(",\"from\":");
+      AppendPoint(zone, StartOf(from, fromGrain), fromGrain, &fields);
+    }
     if (hasTo) {
-      const date::local_seconds end = NextStart(to, toGrain);
-      if (date::year_month_day{date::floor<date::days>(end)}.year() > date::year{9999}) {
-        return false;
-      }
-      v["to"] = point(end, toGrain);
+      fields.append(",\"to\":");
+      AppendPoint(zone, end, toGrain, &fields);
     }
   }
-  Json inner = v;
-  v["values"] = Json::array({inner});
-  if (const char* cycle = CycleName(e.cycle)) v["cycle"] = cycle;
-  if (NamesLunarDate(body)) v["lunar"] = true;
-  *value = std::move(v);
+  out->append("{\"body\":");
+  AppendJsonString(body, out);
+  out->append(",\"start\":").append(std::to_string(e.begin_char));
+  out->append(",\"end\":").append(std::to_string(e.end_char));
+  out->append(",\"dim\":\"time\",\"latent\":false,\"value\":{");
+  out->append(fields).append(",\"values\":[{").append(fields).append("}]");
+  if (const char* cycle = CycleName(e.cycle)) out->append(",\"cycle\":\"").append(cycle).append("\"");
+  if (NamesLunarDate(body)) out->append(",\"lunar\":true");
+  out->append("}}");
   return true;
 }
 
 }  // namespace
 
 bool DecodeComponent(std::string_view s, std::string* out) {
-  out->clear();
-  out->reserve(s.size());
+  // Never longer than what it decodes: written in place, then cut.
+  out->resize(s.size());
+  char* to = out->data();
   for (size_t i = 0; i < s.size(); ++i) {
-    if (s[i] == '+') {
-      out->push_back(' ');
-    } else if (s[i] != '%') {
-      out->push_back(s[i]);
+    const char c = s[i];
+    if (c == '+') {
+      *to++ = ' ';
+    } else if (c != '%') {
+      *to++ = c;
     } else {
       const int hi = i + 2 < s.size() ? Hex(s[i + 1]) : -1;
       const int lo = i + 2 < s.size() ? Hex(s[i + 2]) : -1;
       if (hi < 0 || lo < 0) return false;
-      out->push_back(static_cast<char>(hi * 16 + lo));
+      *to++ = static_cast<char>(hi * 16 + lo);
       i += 2;
     }
   }
+  out->resize(static_cast<size_t>(to - out->data()));
   return true;
 }
 
@@ -396,8 +446,10 @@ Response Service::Parse(const Request& r, std::chrono::system_clock::time_point 
     return JsonError(413, "body of " + std::to_string(r.body.size()) + " bytes, more than " +
                               std::to_string(kMaxBody));
   }
-  const std::string media = Lower(Trim(std::string_view(r.contentType).substr(0, r.contentType.find(';'))));
-  if (!media.empty() && media != "application/x-www-form-urlencoded") {
+  constexpr std::string_view kForm = "application/x-www-form-urlencoded";
+  const std::string media = r.contentType == kForm ? std::string(kForm)
+                            : Lower(Trim(std::string_view(r.contentType).substr(0, r.contentType.find(';'))));
+  if (!media.empty() && media != kForm) {
     return JsonError(400, "Content-Type \"" + r.contentType +
                               "\": the body must be application/x-www-form-urlencoded");
   }
@@ -427,7 +479,7 @@ Response Service::Parse(const Request& r, std::chrono::system_clock::time_point 
 
   const date::time_zone* zone = zone_;
   if (const std::string* tz = Given(fields, "tz")) {
-    zone = FindZone(*tz);
+    zone = *tz == zone_->name() ? zone_ : FindZone(*tz);
     if (zone == nullptr) return JsonError(400, "tz \"" + *tz + "\": no such time zone");
   }
 
@@ -463,10 +515,12 @@ Response Service::Parse(const Request& r, std::chrono::system_clock::time_point 
   const int64_t inDay = (local - day).count();
   const int year = static_cast<int>(ymd.year());
   if (year < 0 || year > 9999) return JsonError(400, "reftime: outside years 0..9999 in that zone");
-  char ref[16];
-  std::snprintf(ref, sizeof ref, "%04d%02u%02u%02d%02d", year, static_cast<unsigned>(ymd.month()),
-                static_cast<unsigned>(ymd.day()), static_cast<int>(inDay / 3600),
-                static_cast<int>(inDay / 60 % 60));
+  std::string ref;
+  AppendDigits(year, 4, &ref);
+  AppendDigits(static_cast<unsigned>(ymd.month()), 2, &ref);
+  AppendDigits(static_cast<unsigned>(ymd.day()), 2, &ref);
+  AppendDigits(inDay / 3600, 2, &ref);
+  AppendDigits(inDay / 60 % 60, 2, &ref);
 
   session::Results results;
   const session::Status s =
@@ -493,23 +547,16 @@ Response Service::Parse(const Request& r, std::chrono::system_clock::time_point 
     return a->begin_char != b->begin_char ? a->begin_char < b->begin_char
                                           : a->end_char < b->end_char;
   });
-  Json answer = Json::array();
+  std::string answer = "[";
   for (const ekr_result* e : order) {
     const std::string_view body =
         std::string_view(*text).substr(static_cast<size_t>(e->begin_byte),
                                        static_cast<size_t>(e->end_byte - e->begin_byte));
-    Json value;
-    if (!EntityValue(*e, body, zone, &value)) continue;
-    Json entity;
-    entity["body"] = body;
-    entity["start"] = e->begin_char;
-    entity["end"] = e->end_char;
-    entity["dim"] = "time";
-    entity["latent"] = false;
-    entity["value"] = std::move(value);
-    answer.push_back(std::move(entity));
+    if (answer.size() > 1) answer.push_back(',');
+    if (!AppendEntity(*e, body, zone, &answer) && answer.back() == ',') answer.pop_back();
   }
-  return {200, kJson, Dump(answer)};
+  answer.push_back(']');
+  return {200, kJson, std::move(answer)};
 }
 
 }  // namespace eti::server
