@@ -12,6 +12,7 @@
 
 #include "common/case_file.h"
 #include "common/file_util.h"
+#include "common/form.h"
 #include "server/duckling.h"
 #include "session/extractor.h"
 
@@ -25,19 +26,6 @@ struct Messages {
   std::vector<Request> requests;
   std::vector<std::pair<std::string, std::string>> texts;  // text, reference
 };
-
-std::string Encode(const std::string& s) {
-  static const char kHex[] = "0123456789ABCDEF";
-  std::string out;
-  for (unsigned char c : s) {
-    if ((c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z')) {
-      out.push_back(static_cast<char>(c));
-    } else {
-      out += {'%', kHex[c >> 4], kHex[c & 15]};
-    }
-  }
-  return out;
-}
 
 const Messages& TheMessages() {
   static const Messages m = [] {
@@ -55,7 +43,7 @@ const Messages& TheMessages() {
         r.method = "POST";
         r.path = "/parse";
         r.contentType = "application/x-www-form-urlencoded";
-        r.body = "text=" + Encode(c.text) + "&locale=ko_KR&tz=Asia%2FSeoul&reftime=1716514200000";
+        r.body = "text=" + eti::tools::FormEncode(c.text) + "&locale=ko_KR&tz=Asia%2FSeoul&reftime=1716514200000";
         out.requests.push_back(std::move(r));
         out.texts.emplace_back(c.text, c.ref);
       }

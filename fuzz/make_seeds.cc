@@ -13,8 +13,9 @@
 #include <vector>
 
 #include "common/case_file.h"
-#include "session/cp949.h"
 #include "common/file_util.h"
+#include "common/form.h"
+#include "session/cp949.h"
 #include "fuzz_dicts.h"
 
 namespace {
@@ -27,23 +28,6 @@ std::string Read(const std::string& path) {
   std::string text, error;
   eti::tools::ReadFile(path, &text, &error);
   return text;
-}
-
-// The bytes of a form value: letters and digits as they are, a space as
-// '+', the rest percent-encoded.
-std::string FormEncode(const std::string& s) {
-  static const char kHex[] = "0123456789ABCDEF";
-  std::string out;
-  for (unsigned char c : s) {
-    if ((c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z')) {
-      out.push_back(static_cast<char>(c));
-    } else if (c == ' ') {
-      out.push_back('+');
-    } else {
-      out += {'%', kHex[c >> 4], kHex[c & 15]};
-    }
-  }
-  return out;
 }
 
 }  // namespace
@@ -85,7 +69,7 @@ int main(int argc, char** argv) {
         // A POST /parse of the sentence, with one of the optional fields.
         static const char* const extra[] = {"", "&tz=America%2FNew_York", "&dims=%5B%22time%22%5D",
                                             "&prefer=past&years=1900-2099"};
-        Write(out + "/server/" + id, std::string("\1\0\1text=", 8) + FormEncode(c.text) +
+        Write(out + "/server/" + id, std::string("\1\0\1text=", 8) + eti::tools::FormEncode(c.text) +
                                          "&locale=ko_KR&reftime=1716514200000" + extra[n / 4 % 4]);
       }
       texts += c.text + "\n";

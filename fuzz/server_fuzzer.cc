@@ -94,10 +94,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   // the query.
   Fields fields;
   std::string problem;
-  Check(eti::server::DecodeForm(r.body, &fields, &problem));
+  Check(eti::tools::DecodeForm(r.body, &fields, &problem));
   for (const auto& [name, value] : r.query) {
     std::string n, v;
-    Check(eti::server::DecodeComponent(name, &n) && eti::server::DecodeComponent(value, &v));
+    Check(eti::tools::DecodeComponent(name, &n) && eti::tools::DecodeComponent(value, &v));
     fields.emplace_back(n, v);
   }
   const std::string* text = nullptr;

@@ -78,6 +78,9 @@ class CallDictionaries {
 struct Found {
   RESULT_ETS node;
   Marks marks;
+  // Whether the start or the end was read on the lunar calendar (which the
+  // exported record does not carry).
+  bool lunar = false;
 };
 
 // Whether the whole-call entry accepts a reference time: years 1970..2043,

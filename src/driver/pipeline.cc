@@ -56,6 +56,7 @@ Found NewNode(const DTINFO* rec, const Marks& marks, const InputMap& map) {
   for (int k = 0; k < 5; ++k) node.repeatFlags[k] = LowByte(repeats[k]);
   node.spanFlag = 0;
   f.marks = map.Map(marks);
+  f.lunar = rec->lunar == 1;
   DT2Char(rec, node.startTime);
   return f;
 }
@@ -100,6 +101,7 @@ class ResultBuilder {
     std::memcpy(tail().node.endTime, node.node.startTime, 15);
     std::memcpy(tail().node.endFlags, node.node.startFlags, 3);
     tail().marks = UnionOfOnes(tail().marks, node.marks);
+    tail().lunar = tail().lunar || node.lunar;
     tail().node.spanFlag = static_cast<uint8_t>(previous_->duration);
     previous_ = rec;
   }

@@ -196,6 +196,7 @@ Status Extractor::Extract(std::string_view text, std::string_view reference,
 Status Extractor::Extract(std::string_view text, std::string_view reference,
                           const ekr_options& options, Results* out) const {
   out->items.clear();
+  out->lunar.clear();
   out->content.clear();
   const std::string problem = OptionsProblem(options);
   if (!problem.empty()) return Status::Error(EKR_ERROR_ARGUMENT, problem);
@@ -261,6 +262,7 @@ Status Extractor::Extract(std::string_view text, std::string_view reference,
     *asUtf16 = engineText.utf16Start[k];
   };
   out->items.reserve(found.size());
+  out->lunar.reserve(found.size());
   for (size_t k = 0; k < found.size(); ++k) {
     const RESULT_ETS& r = found[k].node;
     ekr_result e{};
@@ -271,6 +273,7 @@ Status Extractor::Extract(std::string_view text, std::string_view reference,
     position(chars[2 * k], &e.begin_byte, &e.begin_char, &e.begin_utf16);
     position(chars[2 * k + 1], &e.end_byte, &e.end_char, &e.end_utf16);
     out->items.push_back(e);
+    out->lunar.push_back(found[k].lunar ? 1 : 0);
   }
   out->content =
       KeptUtf8(text, engineText, RemovalMap(cp949, length, found, words_, wordIndex_.get()));

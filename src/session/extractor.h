@@ -31,6 +31,8 @@ struct Status {
 // The answer of one extraction.
 struct Results {
   std::vector<ekr_result> items;
+  // For each item, whether it was read on the lunar calendar.
+  std::vector<uint8_t> lunar;
   std::string content;
 };
 

@@ -17,31 +17,6 @@
 
 namespace eti::testing {
 
-std::string FormEncode(const std::vector<std::pair<std::string, std::string>>& fields) {
-  static const char kHex[] = "0123456789ABCDEF";
-  const auto encode = [](const std::string& s, std::string* out) {
-    for (unsigned char c : s) {
-      if (std::isalnum(c) || c == '-' || c == '_' || c == '.' || c == '~') {
-        out->push_back(static_cast<char>(c));
-      } else if (c == ' ') {
-        out->push_back('+');
-      } else {
-        out->push_back('%');
-        out->push_back(kHex[c >> 4]);
-        out->push_back(kHex[c & 15]);
-      }
-    }
-  };
-  std::string out;
-  for (const auto& [name, value] : fields) {
-    if (!out.empty()) out.push_back('&');
-    encode(name, &out);
-    out.push_back('=');
-    encode(value, &out);
-  }
-  return out;
-}
-
 HttpConnection::HttpConnection(uint16_t port) {
   fd_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (fd_ < 0) return;

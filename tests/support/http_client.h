@@ -20,10 +20,6 @@ struct HttpReply {
   std::string body;
 };
 
-// "a=b&c=d" with every byte outside [A-Za-z0-9-_.~] percent-encoded (a
-// space as '+').
-std::string FormEncode(const std::vector<std::pair<std::string, std::string>>& fields);
-
 class HttpConnection {
  public:
   explicit HttpConnection(uint16_t port);

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "common/form.h"
 #include "server/duckling.h"
 #include "session/extractor.h"
-#include "support/http_client.h"
 
 namespace eti::server {
 namespace {
@@ -39,10 +39,10 @@ Response Call(const std::string& method, const std::string& path, const std::str
 }
 
 Response Parse(const std::vector<std::pair<std::string, std::string>>& fields) {
-  return Call("POST", "/parse", testing::FormEncode(fields));
+  return Call("POST", "/parse", tools::FormEncode(fields));
 }
 
-TEST(DecodeForm, PlusAndPercentTwentyAreSpaces) {
+TEST(Form, PlusAndPercentTwentyAreSpaces) {
   const struct {
     const char* form;
     Fields want;
@@ -58,19 +58,19 @@ TEST(DecodeForm, PlusAndPercentTwentyAreSpaces) {
   for (const auto& c : cases) {
     Fields got;
     std::string problem;
-    EXPECT_TRUE(DecodeForm(c.form, &got, &problem)) << c.form;
+    EXPECT_TRUE(tools::DecodeForm(c.form, &got, &problem)) << c.form;
     EXPECT_EQ(got, c.want) << c.form;
   }
   for (const char* bad : {"text=%", "text=%4", "text=%G1", "%zz=1"}) {
     Fields got;
     std::string problem;
-    EXPECT_FALSE(DecodeForm(bad, &got, &problem)) << bad;
+    EXPECT_FALSE(tools::DecodeForm(bad, &got, &problem)) << bad;
     EXPECT_NE(problem.find("percent"), std::string::npos) << bad;
   }
 }
 
 TEST(Service, RoutesStatusesAndErrors) {
-  const std::string ok = testing::FormEncode({{"text", "내일"}});
+  const std::string ok = tools::FormEncode({{"text", "내일"}});
   const struct {
     const char* method;
     const char* path;
@@ -122,9 +122,13 @@ TEST(Service, RoutesStatusesAndErrors) {
       EXPECT_TRUE(json::parse(r.body)["error"].is_string()) << r.body;
     }
   }
-  // Query fields count as form fields.
+  // Query fields count as form fields; the first of a name counts, the
+  // body's before the query's.
   const Response q = Call("POST", "/parse", "", "", {{"text", "%EB%82%B4%EC%9D%BC"}});
   EXPECT_NE(q.body.find("\"body\":\"내일\""), std::string::npos) << q.body;
+  const Response first = Call("POST", "/parse", "text=%EB%AA%A8%EB%A0%88&text=x", "",
+                              {{"text", "%EB%82%B4%EC%9D%BC"}});
+  EXPECT_NE(first.body.find("\"body\":\"모레\""), std::string::npos) << first.body;
 }
 
 TEST(Service, DimensionsAndLocales) {
@@ -228,6 +232,13 @@ TEST(Service, MomentsSpansAndTheirGrains) {
   chuseok["lunar"] = true;
   EXPECT_EQ(OnlyValue("추석"), chuseok);
   EXPECT_EQ(OnlyValue("음력 8월 15일"), chuseok);
+  for (const char* lunarDay : {"단오", "칠석", "정월 대보름", "설날"}) {
+    EXPECT_EQ(OnlyValue(lunarDay).value("lunar", false), true) << lunarDay;
+  }
+  EXPECT_FALSE(OnlyValue("설악산 가는 날은 내일").contains("lunar"));
+  EXPECT_EQ(OnlyValue("2024년부터 2025년까지"),
+            Interval("2024-01-01T00:00:00.000+09:00", "year", "2026-01-01T00:00:00.000+09:00",
+                     "year"));
   // Reading options as fields.
   EXPECT_EQ(OnlyValue("19일 개봉", "Asia/Seoul", kFriday, {{"prefer", "past"}}),
             Moment("2024-05-19T00:00:00.000+09:00", "day"));

@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
+#include "common/form.h"
 #include "common/reading_options.h"
 #include "session/extractor.h"
 
@@ -46,13 +47,6 @@ const std::string* Get(const Fields& fields, std::string_view name) {
 const std::string* Given(const Fields& fields, std::string_view name) {
   const std::string* v = Get(fields, name);
   return v != nullptr && !v->empty() ? v : nullptr;
-}
-
-int Hex(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
 }
 
 std::string Lower(std::string_view s) {
@@ -270,7 +264,7 @@ bool WholePeriod(const ekr_result& e, date::local_seconds from, date::local_seco
   const date::year_month_day s{a}, t{b};
   const date::local_days nextDay = b + date::days{1};
   const bool endsMonth = date::year_month_day{nextDay}.day() == date::day{1};
-  if (s.month() == date::January && s.day() == date::day{1} && t.year() == s.year() &&
+  if (s.month() == date::January && s.day() == date::day{1} && t.year() >= s.year() &&
       t.month() == date::December && t.day() == date::day{31}) {
     *grain = Grain::kYear;
   } else if (s.day() == date::day{1} && endsMonth && b >= a) {
@@ -299,17 +293,6 @@ const char* CycleName(ekr_cycle c) {
   return nullptr;
 }
 
-// Whether an expression names a lunar date: "음력", or a holiday the
-// default set reads as one.
-bool NamesLunarDate(std::string_view body) {
-  static const char* const words[] = {"음력", "설",     "구정",   "대보름",
-                                      "석가탄신일", "부처님", "추석", "한가위"};
-  for (const char* w : words) {
-    if (body.find(w) != std::string_view::npos) return true;
-  }
-  return false;
-}
-
 bool IsOpen(const ekr_moment& m) { return m.year < 0; }
 
 // {"value":...,"grain":...}
@@ -321,8 +304,8 @@ void AppendPoint(const date::time_zone* zone, date::local_seconds t, Grain g, st
 
 // The entity of a result, appended to `out`; false (and nothing appended)
 // when a moment lies outside years 1..9999.
-bool AppendEntity(const ekr_result& e, std::string_view body, const date::time_zone* zone,
-                  std::string* out) {
+bool AppendEntity(const ekr_result& e, bool lunar, std::string_view body,
+                  const date::time_zone* zone, std::string* out) {
   // The value's fields, written once and repeated in "values".
   std::string fields;
   if (!e.is_span) {
@@ -364,54 +347,12 @@ bool AppendEntity(const ekr_result& e, std::string_view body, const date::time_z
   out->append(",\"dim\":\"time\",\"latent\":false,\"value\":{");
   out->append(fields).append(",\"values\":[{").append(fields).append("}]");
   if (const char* cycle = CycleName(e.cycle)) out->append(",\"cycle\":\"").append(cycle).append("\"");
-  if (NamesLunarDate(body)) out->append(",\"lunar\":true");
+  if (lunar) out->append(",\"lunar\":true");
   out->append("}}");
   return true;
 }
 
 }  // namespace
-
-bool DecodeComponent(std::string_view s, std::string* out) {
-  // Never longer than what it decodes: written in place, then cut.
-  out->resize(s.size());
-  char* to = out->data();
-  for (size_t i = 0; i < s.size(); ++i) {
-    const char c = s[i];
-    if (c == '+') {
-      *to++ = ' ';
-    } else if (c != '%') {
-      *to++ = c;
-    } else {
-      const int hi = i + 2 < s.size() ? Hex(s[i + 1]) : -1;
-      const int lo = i + 2 < s.size() ? Hex(s[i + 2]) : -1;
-      if (hi < 0 || lo < 0) return false;
-      *to++ = static_cast<char>(hi * 16 + lo);
-      i += 2;
-    }
-  }
-  out->resize(static_cast<size_t>(to - out->data()));
-  return true;
-}
-
-bool DecodeForm(std::string_view form, Fields* out, std::string* problem) {
-  size_t at = 0;
-  while (at <= form.size()) {
-    size_t end = form.find('&', at);
-    if (end == std::string_view::npos) end = form.size();
-    const std::string_view pair = form.substr(at, end - at);
-    at = end + 1;
-    if (pair.empty()) continue;
-    const size_t eq = pair.find('=');
-    std::string name, value;
-    if (!DecodeComponent(pair.substr(0, eq), &name) ||
-        (eq != std::string_view::npos && !DecodeComponent(pair.substr(eq + 1), &value))) {
-      *problem = "malformed percent-encoding in \"" + std::string(pair.substr(0, 64)) + "\"";
-      return false;
-    }
-    out->emplace_back(std::move(name), std::move(value));
-  }
-  return true;
-}
 
 const date::time_zone* FindZone(std::string_view name) {
   try {
@@ -455,10 +396,10 @@ Response Service::Parse(const Request& r, std::chrono::system_clock::time_point 
   }
   Fields fields;
   std::string problem;
-  if (!DecodeForm(r.body, &fields, &problem)) return JsonError(400, "body: " + problem);
+  if (!tools::DecodeForm(r.body, &fields, &problem)) return JsonError(400, "body: " + problem);
   for (const auto& [name, value] : r.query) {
     std::string n, v;
-    if (!DecodeComponent(name, &n) || !DecodeComponent(value, &v)) {
+    if (!tools::DecodeComponent(name, &n) || !tools::DecodeComponent(value, &v)) {
       return JsonError(400, "query: malformed percent-encoding in \"" + name.substr(0, 64) + "\"");
     }
     fields.emplace_back(std::move(n), std::move(v));
@@ -522,6 +463,9 @@ Response Service::Parse(const Request& r, std::chrono::system_clock::time_point 
   AppendDigits(inDay / 3600, 2, &ref);
   AppendDigits(inDay / 60 % 60, 2, &ref);
 
+  // Only other dimensions asked for: nothing of ours to find.
+  if (!time) return {200, kJson, "[]"};
+
   session::Results results;
   const session::Status s =
       ex_->Extract(*text, ref, reading, &results);
@@ -537,23 +481,25 @@ Response Service::Parse(const Request& r, std::chrono::system_clock::time_point 
     default:
       return JsonError(400, s.detail);
   }
-  if (!time) return {200, kJson, "[]"};
-
-  std::vector<const ekr_result*> order;
-  for (const ekr_result& e : results.items) {
-    if (e.begin_byte >= 0 && e.end_byte >= e.begin_byte) order.push_back(&e);
+  std::vector<size_t> order;
+  for (size_t k = 0; k < results.items.size(); ++k) {
+    const ekr_result& e = results.items[k];
+    if (e.begin_byte >= 0 && e.end_byte >= e.begin_byte) order.push_back(k);
   }
-  std::stable_sort(order.begin(), order.end(), [](const ekr_result* a, const ekr_result* b) {
-    return a->begin_char != b->begin_char ? a->begin_char < b->begin_char
-                                          : a->end_char < b->end_char;
+  std::stable_sort(order.begin(), order.end(), [&results](size_t a, size_t b) {
+    const ekr_result &x = results.items[a], &y = results.items[b];
+    return x.begin_char != y.begin_char ? x.begin_char < y.begin_char : x.end_char < y.end_char;
   });
   std::string answer = "[";
-  for (const ekr_result* e : order) {
+  for (const size_t k : order) {
+    const ekr_result& e = results.items[k];
     const std::string_view body =
-        std::string_view(*text).substr(static_cast<size_t>(e->begin_byte),
-                                       static_cast<size_t>(e->end_byte - e->begin_byte));
+        std::string_view(*text).substr(static_cast<size_t>(e.begin_byte),
+                                       static_cast<size_t>(e.end_byte - e.begin_byte));
     if (answer.size() > 1) answer.push_back(',');
-    if (!AppendEntity(*e, body, zone, &answer) && answer.back() == ',') answer.pop_back();
+    if (!AppendEntity(e, results.lunar[k] != 0, body, zone, &answer) && answer.back() == ',') {
+      answer.pop_back();
+    }
   }
   answer.push_back(']');
   return {200, kJson, std::move(answer)};

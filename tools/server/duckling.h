@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/form.h"
 #include "extractor_kr.h"
 
 namespace date {
@@ -28,8 +29,7 @@ namespace eti::server {
 // The largest request body read; a longer one is answered 413.
 constexpr size_t kMaxBody = size_t{1} << 20;
 
-// Name and value pairs, in the order sent.
-using Fields = std::vector<std::pair<std::string, std::string>>;
+using Fields = tools::FormFields;
 
 struct Request {
   std::string method;       // "GET", "POST", ...
@@ -44,14 +44,6 @@ struct Response {
   std::string contentType;
   std::string body;
 };
-
-// Decodes application/x-www-form-urlencoded: pairs split at '&', name and
-// value at the first '=', '+' and %20 a space, %XX a byte.  False, with the
-// problem in words, for a '%' not followed by two hex digits.
-bool DecodeForm(std::string_view form, Fields* out, std::string* problem);
-
-// Decodes one component of a form as DecodeForm does.
-bool DecodeComponent(std::string_view s, std::string* out);
 
 // A zone of the system's tz database; nullptr when it has none of that name.
 const date::time_zone* FindZone(std::string_view name);

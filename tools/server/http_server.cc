@@ -24,6 +24,7 @@ namespace {
 struct Pending {
   std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
   std::string body;
+  size_t received = 0;
   bool tooLarge = false;
   bool answered = false;
   int status = 0;
@@ -95,13 +96,20 @@ struct HttpServer::Calls {
       return MHD_YES;
     }
     if (*uploadSize != 0) {
-      if (!p->tooLarge && p->body.size() + *uploadSize > kMaxBody) {
-        p->tooLarge = true;
-        std::string().swap(p->body);
-      }
-      if (!p->tooLarge) p->body.append(upload, *uploadSize);
+      const size_t n = *uploadSize;
       *uploadSize = 0;
-      return MHD_YES;
+      p->received += n;
+      if (!p->tooLarge && p->received <= kMaxBody) {
+        p->body.append(upload, n);
+        return MHD_YES;
+      }
+      // Past the limit the rest is read and dropped, to answer 413 at its
+      // end (the library takes no answer in the middle of a body); a body
+      // sent in chunks need never end, so past four times the limit the
+      // connection is closed instead.
+      if (!p->tooLarge) std::string().swap(p->body);
+      p->tooLarge = true;
+      return p->received <= 4 * kMaxBody ? MHD_YES : MHD_NO;
     }
     if (p->answered) return MHD_YES;
     if (p->tooLarge) return Send(c, TooLarge(), p);
@@ -203,15 +211,15 @@ std::unique_ptr<HttpServer> HttpServer::Start(const ServerOptions& o, Handler ha
 
 void HttpServer::Stop(std::chrono::milliseconds grace) {
   if (daemon_ == nullptr) return;
-  listenFd_ = MHD_quiesce_daemon(daemon_);
+  // New connections are refused at once rather than left to wait.
+  const int listening = MHD_quiesce_daemon(daemon_);
+  if (listening >= 0) close(listening);
   const auto deadline = std::chrono::steady_clock::now() + grace;
   while (inFlight_.load() > 0 && std::chrono::steady_clock::now() < deadline) {
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
   MHD_stop_daemon(daemon_);
   daemon_ = nullptr;
-  if (listenFd_ >= 0) close(listenFd_);
-  listenFd_ = -1;
 }
 
 HttpServer::~HttpServer() { Stop(std::chrono::milliseconds(0)); }

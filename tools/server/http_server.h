@@ -54,7 +54,6 @@ class HttpServer {
   Handler handler_;
   const bool accessLog_;
   MHD_Daemon* daemon_ = nullptr;
-  int listenFd_ = -1;
   uint16_t port_ = 0;
   std::atomic<int> inFlight_{0};
 };
