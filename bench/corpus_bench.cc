@@ -284,8 +284,9 @@ void BM_SessionSentence(benchmark::State& state) {
 }
 BENCHMARK(BM_SessionSentence)->Unit(benchmark::kMicrosecond);
 
-// The same through ekr_extract_with: 0 under ekr_options_init, 1 with the
-// window 1900..2099, 2 with that window and the past preferred.
+// The same through ekr_extract_with: 0 under ekr_options_init (the reader
+// rules), 1 with the window 1900..2099, 2 with that window and the past
+// preferred.
 void BM_SessionSentenceWith(benchmark::State& state) {
   const Corpus& c = TheCorpus();
   FloorSeconds();

@@ -2,9 +2,11 @@
  * extractor-kr: date and time expressions in Korean text.
  *
  *   ekr_extractor* ex;
+ *   ekr_options o;
  *   ekr_results* r;
  *   if (ekr_open_default(&ex) != EKR_OK) ...
- *   if (ekr_extract(ex, text, strlen(text), "202405151030", &r) == EKR_OK) {
+ *   ekr_options_init(&o);                          // the reader rules
+ *   if (ekr_extract_with(ex, text, strlen(text), "202405151030", &o, &r) == EKR_OK) {
  *     for (size_t i = 0; i < ekr_results_count(r); ++i) {
  *       const ekr_result* e = ekr_results_at(r, i);   // e->start.year ...
  *     }
@@ -14,7 +16,7 @@
  *
  * Open once, extract many.  Opening loads and checks the dictionaries once;
  * an extractor is immutable afterwards, so any number of threads may call
- * ekr_extract on one extractor at the same time.  A call keeps nothing
+ * ekr_extract_with on one extractor at the same time.  A call keeps nothing
  * between calls.
  *
  * Text.  Texts are UTF-8, given with their length in bytes (no terminator
@@ -31,7 +33,12 @@
  *
  * Errors.  Every function that can fail returns a status and writes its out
  * parameter only on EKR_OK (*out is set to NULL otherwise).  Nothing found
- * is EKR_OK with no results.  ekr_status_text names a status in words.
+ * is EKR_OK with no results.  ekr_status_text names a status in words, and
+ * ekr_last_error says what went wrong and where.
+ *
+ * Rules.  ekr_extract reads by the whole call's rules, exactly as the native
+ * method does; ekr_extract_with reads by the options given, by default the
+ * reader rules (ekr_rules below), which suit texts with several dates.
  *
  * The whole-call entry of the native method (ETI_Main) and every stage of
  * the engine are declared in <extractor_kr/stages.h>, for tests and expert
@@ -67,8 +74,9 @@ typedef enum ekr_status {
   EKR_ERROR_DICTIONARY = 2, /* a blob that is truncated, malformed or shorter
                                than its header claims */
   EKR_ERROR_REFERENCE = 3,  /* not twelve digits YYYYMMDDhhmm, or outside
-                               years 1970..2043, months 1..12, days 1..31,
-                               hours 0..24, minutes 0..60 */
+                               the years of the rules (ekr_reference_years),
+                               months 1..12, days 1..31, hours 0..24,
+                               minutes 0..60 */
   EKR_ERROR_TEXT = 4,       /* invalid UTF-8, a NUL inside the text, or a
                                text longer than the library reads */
   EKR_ERROR_IO = 5,         /* a dictionary file that cannot be read */
@@ -107,10 +115,11 @@ EKR_EXPORT void ekr_close(ekr_extractor* ex);
 /* The status in words ("ok", "invalid text" ...); never NULL. */
 EKR_EXPORT const char* ekr_status_text(ekr_status s);
 
-/* A moment as the text gave it, completed against the reference time.  A
- * moment the calendar cannot place (one before 1970, reached by counting
- * back from the reference) keeps the fields as the engine computed them,
- * which may lie outside their ranges. */
+/* A moment as the text gave it, completed against the reference time.
+ * Every field lies in its range (month 1..12, day 1..the month's length,
+ * hour 0..23, minute and second 0..59) or is -1; an expression whose moment
+ * the calendar cannot place (a count that reaches before the years the rules
+ * read) gives no result at all. */
 typedef struct ekr_moment {
   /* -1 where the text left the field open; all -1 for an open end. */
   int32_t year, month, day, hour, minute, second;
@@ -126,63 +135,114 @@ typedef enum ekr_cycle {
   EKR_CYCLE_YEAR = 4
 } ekr_cycle;
 
-/* One expression found. */
+/* One expression found.  Fields are only ever added at the end; `size`
+ * says how many bytes of the record this library fills. */
 typedef struct ekr_result {
+  uint32_t size;                   /* sizeof(ekr_result) of this library */
   uint8_t is_span;                 /* 0: one moment (end equals start), 1: a span */
+  uint8_t lunar;                   /* 1: the text gave the date on the lunar calendar */
   ekr_moment start, end;
   ekr_cycle cycle;                 /* how it repeats */
+  int32_t cycle_interval;          /* every how many cycles: 1, or 2 for every other week
+                                      (격주); 0 when it does not repeat */
   int32_t begin_byte, end_byte;    /* UTF-8 byte offsets into the text given; -1 when there is no position */
   int32_t begin_char, end_char;    /* the same in code points */
   int32_t begin_utf16, end_utf16;  /* the same in UTF-16 code units */
 } ekr_result;
 
 /* Finds the expressions of text[0..length) (UTF-8) against a reference
- * time, twelve digits YYYYMMDDhhmm in Korea (UTC+9).  text may be NULL when
+ * time, twelve digits YYYYMMDDhhmm in Korea (UTC+9), by the whole call's
+ * rules: the answer of the native method, exactly.  text may be NULL when
  * length is 0.  On EKR_OK *out holds the results, in text order. */
 EKR_EXPORT ekr_status ekr_extract(const ekr_extractor* ex, const char* text, size_t length,
                                   const char* reference, ekr_results** out);
 
+/* The two rule sets of the one engine. */
+typedef enum ekr_rules {
+  /* For people reading texts with several dates (notices, mail, messages,
+   * news): each expression is read on its own terms.  It takes a year, a
+   * week, a day or a half of the day only from the expression it is joined
+   * to (the other end of its span, the date before its time, "3일 뒤인
+   * 토요일"), never from an unrelated one before it nor across the end of
+   * a sentence; a count counts from the reference; a weekday written with
+   * a date chooses the year where the two agree; "지난 8일", "오는 5일" go
+   * the way their word says; written years are read in every year of the
+   * calendar (1000..2999, proleptic Gregorian).  The default. */
+  EKR_RULES_READER = 0,
+  /* The native method's rules, exactly: made for one short message about
+   * one event, where a later expression leans on the one before it.
+   * Written years 2000..2030 (two-digit years up to 30), results up to
+   * 2035, references in 1970..2043, the future preferred. */
+  EKR_RULES_WHOLE_CALL = 1
+} ekr_rules;
+
 /* Where an open date or time falls: a bare day, weekday, month and day, or
  * hour, which the text does not place before or after the reference. */
 typedef enum ekr_prefer {
-  EKR_PREFER_FUTURE = 0, /* the nearest moment not before the reference: the
-                            whole call's rule, for fresh messages */
+  EKR_PREFER_FUTURE = 0, /* the nearest moment not before the reference, for
+                            messages about what is to come */
   EKR_PREFER_PAST = 1    /* the latest moment not after it, for reports and
                             archives: at Friday 2024-05-24 10:30, "19일" is
                             2024-05-19, "수요일" 2024-05-22, "금요일" today,
                             "11시" 23:00 of the day before, "12월" December
                             2023.  Words that say their direction keep it
                             ("내일", "다음 주 금요일", "지난 금요일"), and the
-                            end of a span follows its start. */
+                            end of a span follows its start.  Reader rules
+                            only. */
 } ekr_prefer;
 
-/* How a text is read. */
+/* How a text is read.  Set it up with ekr_options_init, then change what
+ * you need. */
 typedef struct ekr_options {
+  uint32_t size;    /* sizeof(ekr_options), as ekr_options_init sets it */
+  ekr_rules rules;
   ekr_prefer prefer;
   /* The years that written years are read in, that results may reach and
-   * that references may lie in.  2000..2035 are the whole call's rules:
-   * four-digit years 2000..2030 and two-digit years up to 30 (of the 2000s)
-   * are read, results after 2035 are dropped, references must lie in
-   * 1970..2043, and the calendar is the whole call's own.  Any other window
-   * inside 1900..2099: every four-digit year inside it is read, a
-   * two-digit year ("97년", "'97") in the century that puts it nearest to
-   * the reference (the earlier on a tie; the one inside the window when only
-   * one is), results before min_year or after max_year are dropped, a
-   * reference inside the window is accepted, and every day of 1900..2099 is
-   * counted on the Gregorian calendar. */
+   * that references may lie in: a window inside the rules' own years
+   * (ekr_rules_years); 0 and 0 for the rules' own.  A two-digit year ("97년",
+   * "'97") falls in the century that puts it nearest the reference (the
+   * earlier on a tie; the one inside the window when only one is).  The
+   * whole call's rules take only their own window. */
   int32_t min_year, max_year;
 } ekr_options;
 
-/* The whole call's rules: EKR_PREFER_FUTURE, years 2000..2035.  Under
- * them ekr_extract_with answers exactly as ekr_extract. */
+/* The reader rules, the future preferred, the rules' own years. */
 EKR_EXPORT void ekr_options_init(ekr_options* o);
 
-/* ekr_extract under options.  EKR_ERROR_ARGUMENT for NULL options, an
- * unknown prefer, or a window upside down or outside 1900..2099;
- * EKR_ERROR_REFERENCE for a reference outside the window's rules. */
+/* EKR_OK when options are sound; EKR_ERROR_ARGUMENT (ekr_last_error says
+ * why) for an unknown rule set or preference, a window upside down or
+ * outside the rules' years, or the whole call's rules with anything but
+ * their own. */
+EKR_EXPORT ekr_status ekr_options_check(const ekr_options* o);
+
+/* ekr_extract under options.  EKR_ERROR_ARGUMENT for NULL or unsound
+ * options; EKR_ERROR_REFERENCE for a reference outside the years the
+ * options allow (ekr_reference_years).  Under EKR_RULES_WHOLE_CALL it
+ * answers exactly as ekr_extract. */
 EKR_EXPORT ekr_status ekr_extract_with(const ekr_extractor* ex, const char* text, size_t length,
                                        const char* reference, const ekr_options* o,
                                        ekr_results** out);
+
+/* The name of a rule set ("reader", "whole-call") or of a preference
+ * ("future", "past"); NULL for a value that names none. */
+EKR_EXPORT const char* ekr_rules_name(ekr_rules rules);
+EKR_EXPORT const char* ekr_prefer_name(ekr_prefer prefer);
+
+/* The years a rule set reads written years in and keeps results of (reader:
+ * 1000..2999; whole call: 2000..2035), and the years its references may lie
+ * in (reader: the same; whole call: 1970..2043).  EKR_ERROR_ARGUMENT for an
+ * unknown rule set or a NULL out parameter. */
+EKR_EXPORT ekr_status ekr_rules_years(ekr_rules rules, int32_t* first, int32_t* last);
+EKR_EXPORT ekr_status ekr_reference_years(ekr_rules rules, int32_t* first, int32_t* last);
+
+/* What went wrong in the last call on this thread that returned an error,
+ * in words with where ("reference 196912312359 is outside years
+ * 1970..2043", "tags.bin: node 12: ..."); "" when none has.  The text
+ * stays until the next failing call on the same thread. */
+EKR_EXPORT const char* ekr_last_error(void);
+
+/* The library's version, "MAJOR.MINOR.PATCH". */
+EKR_EXPORT const char* ekr_version(void);
 
 /* The number of results; 0 for NULL. */
 EKR_EXPORT size_t ekr_results_count(const ekr_results* r);

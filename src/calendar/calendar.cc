@@ -147,7 +147,7 @@ ETI_TM* sec2Date(const int64_t* seconds) {
 
 int64_t date2Sec(ETI_TM* tm) {
   if (tm == nullptr) return -1;
-  if (!eti::CurrentRules().wholeCallYears) return CivilDate2Sec(tm);
+  if (eti::CurrentRules().reader) return CivilDate2Sec(tm);
   const int64_t year = static_cast<int64_t>(tm->tm_year) + 1900;
   const int32_t m = tm->tm_mon;
 

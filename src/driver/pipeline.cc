@@ -33,7 +33,7 @@ namespace {
 int32_t LastYear() { return CurrentRules().maxYear; }
 bool BeforeWindow(const DTINFO* rec) {
   const ReadingRules& rules = CurrentRules();
-  return !rules.wholeCallYears && IsSet(rec->year) && rec->year < rules.minYear &&
+  return rules.reader && IsSet(rec->year) && rec->year < rules.minYear &&
          rec->duration != 0;
 }
 

@@ -72,10 +72,10 @@ int32_t ValidateAbsolDT(const DTINFO* head) {
     const bool absolute = (r->relKind == 0 || r->relKind == kUnset) && r->duration != 0;
     if (absolute) {
       // Two-digit years up to 30 and years of the 2000s up to 2030 pass;
-      // negative remainders pass too.  A run with a window of its own
-      // reads every two-digit year and every year inside the window.
+      // negative remainders pass too.  The reader rules read every
+      // two-digit year and every year inside their window.
       const eti::ReadingRules& rules = eti::CurrentRules();
-      if (rules.wholeCallYears) {
+      if (!rules.reader) {
         if (IsSet(r->year) && r->year % 2000 > 30) return 1;
       } else if (IsSet(r->year) && r->year > 99 &&
                  (r->year < rules.minYear || r->year > rules.maxYear)) {

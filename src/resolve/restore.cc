@@ -399,7 +399,7 @@ bool Restorer::Restore(DTINFO* n) {
     }
   } else {
     if (n->year <= 99 && ctx_ != nullptr) {
-      n->year = rules.wholeCallYears ? WAdd(n->year, ctx_->defaultCentury)
+      n->year = !rules.reader ? WAdd(n->year, ctx_->defaultCentury)
                                      : ExpandYear(n->year, ref_->year, rules);
     }
     if (!IsSet(n->month)) n->month = a.month;

@@ -47,13 +47,47 @@ ekr_moment Moment(const char* time, const uint8_t* flags) {
   return m;
 }
 
-ekr_cycle CycleOfFlags(const RESULT_ETS& r) {
-  const char* c = CycleOf(r);
-  if (c[3] == '1') return EKR_CYCLE_YEAR;
-  if (c[5] == '1') return EKR_CYCLE_MONTH;
-  if (c[7] == '7') return EKR_CYCLE_WEEK;
-  if (c[7] == '1') return EKR_CYCLE_DAY;
-  return EKR_CYCLE_NONE;
+// How a result repeats.  The whole call shows the first of the year,
+// month, week and day repeats that is 1; the reader rules the first that is
+// set at all, with its value as the interval (격주 is a week repeat of 2).
+void CycleOfFlags(const RESULT_ETS& r, const ReadingRules& rules, ekr_result* e) {
+  static const ekr_cycle kCycles[4] = {EKR_CYCLE_YEAR, EKR_CYCLE_MONTH, EKR_CYCLE_WEEK,
+                                       EKR_CYCLE_DAY};
+  e->cycle = EKR_CYCLE_NONE;
+  e->cycle_interval = 0;
+  for (int k = 0; k < 4; ++k) {
+    const uint8_t every = r.repeatFlags[k];
+    if (every == 1 || (rules.reader && every > 1)) {
+      e->cycle = kCycles[k];
+      e->cycle_interval = every;
+      return;
+    }
+  }
+}
+
+// Whether a moment is one the calendar has: every field open or in its
+// range, and under the reader rules the year inside their window.  A count
+// that reaches before 1970 leaves the whole call's arithmetic with fields
+// below their ranges; what it carries past 2035 (a day after 2035-12-31)
+// it keeps.
+bool InRange(const ekr_moment& m, const ReadingRules& rules) {
+  const auto within = [](int32_t v, int32_t lo, int32_t hi) { return v == -1 || (v >= lo && v <= hi); };
+  const int32_t firstYear = rules.reader ? rules.minYear : ReadingRules::kWholeCallFirstReference;
+  const int32_t lastYear = rules.reader ? rules.maxYear : 9999;
+  if (!within(m.year, firstYear, lastYear) || !within(m.month, 1, 12) ||
+      !within(m.hour, 0, 23) || !within(m.minute, 0, 59) || !within(m.second, 0, 59)) {
+    return false;
+  }
+  int32_t lastDay = 31;
+  if (m.month != -1) {
+    static const int32_t kLength[12] = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    lastDay = kLength[m.month - 1];
+    if (m.month == 2 && m.year != -1) {
+      const bool leap = m.year % 4 == 0 && (m.year % 100 != 0 || m.year % 400 == 0);
+      lastDay = leap ? 29 : 28;
+    }
+  }
+  return within(m.day, 1, lastDay);
 }
 
 std::string_view NameOf(int part) { return kDictionaryFiles[part]; }
@@ -142,48 +176,115 @@ Status Extractor::OpenDir(const std::string& dir, std::unique_ptr<Extractor>* ou
   return s;
 }
 
+ekr_options DefaultOptions() {
+  return {sizeof(ekr_options), EKR_RULES_READER, EKR_PREFER_FUTURE, 0, 0};
+}
+
 ekr_options WholeCallOptions() {
-  return {EKR_PREFER_FUTURE, ReadingRules::kWholeCallMin, ReadingRules::kWholeCallMax};
+  return {sizeof(ekr_options), EKR_RULES_WHOLE_CALL, EKR_PREFER_FUTURE, 0, 0};
+}
+
+namespace {
+
+// An enum of the C API as the int a C caller stored, which C++ may not load
+// as the enum when it names no value.
+template <typename Enum>
+int AsInt(const Enum& e) {
+  int v = 0;
+  static_assert(sizeof v == sizeof e, "the enums of the C API are ints");
+  std::memcpy(&v, &e, sizeof v);
+  return v;
+}
+
+std::string Window(int32_t first, int32_t last) {
+  return std::to_string(first) + ".." + std::to_string(last);
+}
+
+}  // namespace
+
+bool RulesYears(int rules, int32_t* first, int32_t* last) {
+  if (rules == EKR_RULES_READER) {
+    *first = ReadingRules::kFirstYear;
+    *last = ReadingRules::kLastYear;
+  } else if (rules == EKR_RULES_WHOLE_CALL) {
+    *first = ReadingRules::kWholeCallMin;
+    *last = ReadingRules::kWholeCallMax;
+  } else {
+    return false;
+  }
+  return true;
+}
+
+bool ReferenceYears(int rules, int32_t* first, int32_t* last) {
+  if (rules != EKR_RULES_WHOLE_CALL) return RulesYears(rules, first, last);
+  *first = ReadingRules::kWholeCallFirstReference;
+  *last = ReadingRules::kWholeCallLastReference;
+  return true;
 }
 
 std::string OptionsProblem(const ekr_options& o) {
-  // A C caller may store any int in the enum, which C++ may not load as
-  // the enum: read its bytes as the int they are.
-  int prefer = 0;
-  static_assert(sizeof prefer == sizeof o.prefer, "ekr_prefer is an int");
-  std::memcpy(&prefer, &o.prefer, sizeof prefer);
-  if (prefer != EKR_PREFER_FUTURE && prefer != EKR_PREFER_PAST) {
-    return "prefer " + std::to_string(prefer) + " is neither future (0) nor past (1)";
+  if (o.size < sizeof(ekr_options)) {
+    return "options of " + std::to_string(o.size) +
+           " bytes: set them up with ekr_options_init first";
   }
-  if (o.min_year > o.max_year || o.min_year < ReadingRules::kFirstYear ||
-      o.max_year > ReadingRules::kLastYear) {
-    return "years " + std::to_string(o.min_year) + ".." + std::to_string(o.max_year) +
-           " are not a window inside 1900..2099";
+  const int rules = AsInt(o.rules), prefer = AsInt(o.prefer);
+  int32_t first = 0, last = 0;
+  if (!RulesYears(rules, &first, &last)) {
+    return "rules " + std::to_string(rules) + " are neither reader (" +
+           std::to_string(EKR_RULES_READER) + ") nor whole-call (" +
+           std::to_string(EKR_RULES_WHOLE_CALL) + ")";
+  }
+  if (prefer != EKR_PREFER_FUTURE && prefer != EKR_PREFER_PAST) {
+    return "prefer " + std::to_string(prefer) + " is neither future (" +
+           std::to_string(EKR_PREFER_FUTURE) + ") nor past (" + std::to_string(EKR_PREFER_PAST) +
+           ")";
+  }
+  const bool own = o.min_year == 0 && o.max_year == 0;
+  if (rules == EKR_RULES_WHOLE_CALL) {
+    if (prefer != EKR_PREFER_FUTURE) return "the whole call's rules prefer the future only";
+    if (!own && (o.min_year != first || o.max_year != last)) {
+      return "the whole call's rules read years " + Window(first, last) + " only, not " +
+             Window(o.min_year, o.max_year);
+    }
+    return "";
+  }
+  if (!own && (o.min_year > o.max_year || o.min_year < first || o.max_year > last)) {
+    return "years " + Window(o.min_year, o.max_year) + " are not a window inside " +
+           Window(first, last);
   }
   return "";
 }
 
 namespace {
 
+// The rules of sound options.
 ReadingRules RulesOf(const ekr_options& o) {
   ReadingRules r;
-  r.wholeCallYears =
-      o.min_year == ReadingRules::kWholeCallMin && o.max_year == ReadingRules::kWholeCallMax;
-  r.minYear = o.min_year;
-  r.maxYear = o.max_year;
+  if (o.rules == EKR_RULES_WHOLE_CALL) return r;
+  r.reader = true;
+  const bool own = o.min_year == 0 && o.max_year == 0;
+  r.minYear = own ? ReadingRules::kFirstYear : o.min_year;
+  r.maxYear = own ? ReadingRules::kLastYear : o.max_year;
   r.past = o.prefer == EKR_PREFER_PAST;
   return r;
 }
 
-// Whether a run under `rules` takes a reference time: the whole call's
-// check, or the same fields with the year inside the window.
-bool AcceptReferenceUnder(const std::string& ref, const ReadingRules& rules) {
-  if (rules.wholeCallYears) return AcceptReference(ref.c_str());
+// The problem with a reference of twelve digits under `rules` ("" when it
+// is taken): the whole call's check, or the same fields with the year
+// inside the reader's window.
+std::string ReferenceProblem(const std::string& ref, const ReadingRules& rules) {
   const auto field = [&](size_t at, size_t n) { return std::stoi(ref.substr(at, n)); };
-  const int year = field(0, 4), month = field(4, 2), day = field(6, 2), hour = field(8, 2),
-            minute = field(10, 2);
-  return year >= rules.minYear && year <= rules.maxYear && month >= 1 && month <= 12 &&
-         day >= 1 && day <= 31 && hour <= 24 && minute <= 60;
+  const int year = field(0, 4);
+  const int32_t first = rules.reader ? rules.minYear : ReadingRules::kWholeCallFirstReference;
+  const int32_t last = rules.reader ? rules.maxYear : ReadingRules::kWholeCallLastReference;
+  const bool taken = rules.reader ? year >= first && year <= last && field(4, 2) >= 1 &&
+                                        field(4, 2) <= 12 && field(6, 2) >= 1 &&
+                                        field(6, 2) <= 31 && field(8, 2) <= 24 &&
+                                        field(10, 2) <= 60
+                                  : AcceptReference(ref.c_str());
+  if (taken) return "";
+  return "reference " + ref + " is outside years " + Window(first, last) +
+         ", months 1..12, days 1..31, hours 0..24, minutes 0..60";
 }
 
 }  // namespace
@@ -196,7 +297,6 @@ Status Extractor::Extract(std::string_view text, std::string_view reference,
 Status Extractor::Extract(std::string_view text, std::string_view reference,
                           const ekr_options& options, Results* out) const {
   out->items.clear();
-  out->lunar.clear();
   out->content.clear();
   const std::string problem = OptionsProblem(options);
   if (!problem.empty()) return Status::Error(EKR_ERROR_ARGUMENT, problem);
@@ -207,14 +307,8 @@ Status Extractor::Extract(std::string_view text, std::string_view reference,
                                                   "\" is not twelve digits YYYYMMDDhhmm");
   }
   const std::string ref(reference);
-  if (!AcceptReferenceUnder(ref, rules)) {
-    return Status::Error(EKR_ERROR_REFERENCE,
-                         "reference " + ref + " is outside years " +
-                             (rules.wholeCallYears ? std::string("1970..2043")
-                                                   : std::to_string(rules.minYear) + ".." +
-                                                         std::to_string(rules.maxYear)) +
-                             ", months 1..12, days 1..31, hours 0..24, minutes 0..60");
-  }
+  const std::string refProblem = ReferenceProblem(ref, rules);
+  if (!refProblem.empty()) return Status::Error(EKR_ERROR_REFERENCE, refProblem);
   const ScopedReadingRules scope(rules);
   // The engine's text, kept by the thread from call to call so that its
   // buffers need not be made again; given back after a long text.
@@ -240,7 +334,27 @@ Status Extractor::Extract(std::string_view text, std::string_view reference,
   const char* cp949 = engineText.cp949.c_str();
   const int32_t length = static_cast<int32_t>(engineText.cp949.size());
   int32_t overallType = 0;
-  const std::vector<Found> found = RunPipeline(cp949, length, ref.c_str(), dicts_, &overallType);
+  std::vector<Found> found = RunPipeline(cp949, length, ref.c_str(), dicts_, &overallType);
+  // A moment the calendar cannot place is no answer: its expression gives
+  // no result and stays in the content.
+  std::vector<ekr_result> items;
+  items.reserve(found.size());
+  size_t kept = 0;
+  for (size_t k = 0; k < found.size(); ++k) {
+    const RESULT_ETS& r = found[k].node;
+    ekr_result e{};
+    e.size = sizeof(ekr_result);
+    e.is_span = r.spanFlag != 0 ? 1 : 0;
+    e.lunar = found[k].lunar ? 1 : 0;
+    e.start = Moment(r.startTime, r.startFlags);
+    e.end = e.is_span ? Moment(r.endTime, r.endFlags) : e.start;
+    CycleOfFlags(r, rules, &e);
+    if (!InRange(e.start, rules) || !InRange(e.end, rules)) continue;
+    items.push_back(e);
+    if (kept != k) found[kept] = std::move(found[k]);
+    ++kept;
+  }
+  found.resize(kept);
 
   // Character positions for every result in one walk, then the text's own.
   std::vector<int32_t> chars(2 * found.size());
@@ -261,20 +375,12 @@ Status Extractor::Extract(std::string_view text, std::string_view reference,
     *asChar = k;
     *asUtf16 = engineText.utf16Start[k];
   };
-  out->items.reserve(found.size());
-  out->lunar.reserve(found.size());
   for (size_t k = 0; k < found.size(); ++k) {
-    const RESULT_ETS& r = found[k].node;
-    ekr_result e{};
-    e.is_span = r.spanFlag != 0 ? 1 : 0;
-    e.start = Moment(r.startTime, r.startFlags);
-    e.end = e.is_span ? Moment(r.endTime, r.endFlags) : e.start;
-    e.cycle = CycleOfFlags(r);
+    ekr_result& e = items[k];
     position(chars[2 * k], &e.begin_byte, &e.begin_char, &e.begin_utf16);
     position(chars[2 * k + 1], &e.end_byte, &e.end_char, &e.end_utf16);
-    out->items.push_back(e);
-    out->lunar.push_back(found[k].lunar ? 1 : 0);
   }
+  out->items = std::move(items);
   out->content =
       KeptUtf8(text, engineText, RemovalMap(cp949, length, found, words_, wordIndex_.get()));
   return {};

@@ -31,8 +31,6 @@ struct Status {
 // The answer of one extraction.
 struct Results {
   std::vector<ekr_result> items;
-  // For each item, whether it was read on the lunar calendar.
-  std::vector<uint8_t> lunar;
   std::string content;
 };
 
@@ -47,12 +45,23 @@ std::string TimeString(const ekr_moment& m);
 // The set compiled into the library (static data, never freed).
 ekr_dictionaries DefaultDictionaries();
 
-// The options of ekr_options_init: the whole call's rules.
+// The options of ekr_options_init: the reader rules, the future, the
+// reader's own years.
+ekr_options DefaultOptions();
+
+// The options under which ekr_extract reads: the whole call's rules.
 ekr_options WholeCallOptions();
 
-// The problem with options ("" when they are sound): an unknown prefer, a
-// window upside down or outside 1900..2099.
+// The problem with options ("" when they are sound): a size that no
+// ekr_options_init wrote, an unknown rule set or preference, a window upside
+// down or outside the rules' years, the whole call's rules with anything
+// but their own.
 std::string OptionsProblem(const ekr_options& o);
+
+// The years a rule set (an ekr_rules as an int) reads and keeps, and the
+// years its references may lie in; false for an unknown rule set.
+bool RulesYears(int rules, int32_t* first, int32_t* last);
+bool ReferenceYears(int rules, int32_t* first, int32_t* last);
 
 class Extractor {
  public:

@@ -231,19 +231,20 @@ TEST(Sec2Date, EachThreadHasItsOwnRecord) {
   for (int t = 1; t < kThreads; ++t) EXPECT_NE(records[t], records[0]);
 }
 
-// Under a session's window the calendar is the Gregorian one on every day
-// of 1900..2099, before 1970 too (the whole call's own arithmetic has no
-// leap days there, and keeps that outside such a run).
-TEST(GeneralCalendar, EveryDayOf1900To2099) {
+// Under the reader rules the calendar is the Gregorian one on every day of
+// 1000..2999, before 1970 too (the whole call's own arithmetic has no leap
+// days there, and keeps that outside such a run).
+TEST(GeneralCalendar, EveryDayOf1000To2999) {
   eti::ReadingRules wide;
-  wide.wholeCallYears = false;
+  wide.reader = true;
   wide.minYear = eti::ReadingRules::kFirstYear;
   wide.maxYear = eti::ReadingRules::kLastYear;
   const eti::ScopedReadingRules scope(wide);
   const auto leap = [](int y) { return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0; };
-  // 1 January 1900 was a Monday; count weekdays forward one day at a time.
-  int weekday = 1;
-  for (int y = 1900; y <= 2099; ++y) {
+  // 1 January 1000 was a Wednesday on this calendar; count weekdays
+  // forward one day at a time.
+  int weekday = 3;
+  for (int y = 1000; y <= 2999; ++y) {
     const int lengths[12] = {31, leap(y) ? 29 : 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     for (int m = 1; m <= 12; ++m) {
       ASSERT_EQ(LastDayOfMonth(y, m), lengths[m - 1]) << y << "/" << m;

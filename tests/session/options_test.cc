@@ -18,12 +18,25 @@ const ExtractorPtr& Korean() {
   return ex;
 }
 
-ekr_options Options(ekr_prefer prefer, int32_t min, int32_t max) { return {prefer, min, max}; }
+ekr_options Options(ekr_rules rules, ekr_prefer prefer, int32_t min, int32_t max) {
+  ekr_options o;
+  ekr_options_init(&o);
+  o.rules = rules;
+  o.prefer = prefer;
+  o.min_year = min;
+  o.max_year = max;
+  return o;
+}
+ekr_options Reader(ekr_prefer prefer, int32_t min = 0, int32_t max = 0) {
+  return Options(EKR_RULES_READER, prefer, min, max);
+}
+ekr_options WholeCall() { return Options(EKR_RULES_WHOLE_CALL, EKR_PREFER_FUTURE, 0, 0); }
 
-// Options whose prefer holds an int that names no value, as a C caller
-// may store.
-ekr_options UnknownPrefer(int prefer) {
-  ekr_options o = Options(EKR_PREFER_FUTURE, 2000, 2035);
+// Options whose rules or prefer hold an int that names no value, as a C
+// caller may store.
+ekr_options Unknown(int rules, int prefer) {
+  ekr_options o = Reader(EKR_PREFER_FUTURE);
+  std::memcpy(&o.rules, &rules, sizeof rules);
   std::memcpy(&o.prefer, &prefer, sizeof prefer);
   return o;
 }
@@ -38,47 +51,114 @@ std::string Answer(const std::string& text, const std::string& ref, const ekr_op
   return SessionSummary(r.get(), &content);
 }
 
-TEST(Options, InitIsTheWholeCallsRules) {
+TEST(Options, InitIsTheReaderRulesInTheirOwnYears) {
   ekr_options o;
-  o.prefer = EKR_PREFER_PAST;
-  o.min_year = o.max_year = 0;
+  std::memset(&o, 0x5A, sizeof o);
   ekr_options_init(&o);
+  EXPECT_EQ(o.size, sizeof(ekr_options));
+  EXPECT_EQ(o.rules, EKR_RULES_READER);
   EXPECT_EQ(o.prefer, EKR_PREFER_FUTURE);
-  EXPECT_EQ(o.min_year, 2000);
-  EXPECT_EQ(o.max_year, 2035);
+  EXPECT_EQ(o.min_year, 0);
+  EXPECT_EQ(o.max_year, 0);
+  EXPECT_EQ(ekr_options_check(&o), EKR_OK);
   ekr_options_init(nullptr);  // no-op
 }
 
-TEST(Options, BadOptionsAndReferencesAreRefused) {
-  const auto future = [](int32_t min, int32_t max) { return Options(EKR_PREFER_FUTURE, min, max); };
+// The names and the years of the rule sets are the library's to say; the
+// tools and the bindings ask.
+TEST(Options, NamesAndYearsOfTheRules) {
+  EXPECT_STREQ(ekr_rules_name(EKR_RULES_READER), "reader");
+  EXPECT_STREQ(ekr_rules_name(EKR_RULES_WHOLE_CALL), "whole-call");
+  EXPECT_EQ(ekr_rules_name(static_cast<ekr_rules>(2)), nullptr);
+  EXPECT_STREQ(ekr_prefer_name(EKR_PREFER_FUTURE), "future");
+  EXPECT_STREQ(ekr_prefer_name(EKR_PREFER_PAST), "past");
+  EXPECT_EQ(ekr_prefer_name(static_cast<ekr_prefer>(-1)), nullptr);
+  const struct {
+    ekr_rules rules;
+    ekr_status (*years)(ekr_rules, int32_t*, int32_t*);
+    int32_t first, last;
+  } cases[] = {
+      {EKR_RULES_READER, ekr_rules_years, 1000, 2999},
+      {EKR_RULES_READER, ekr_reference_years, 1000, 2999},
+      {EKR_RULES_WHOLE_CALL, ekr_rules_years, 2000, 2035},
+      {EKR_RULES_WHOLE_CALL, ekr_reference_years, 1970, 2043},
+  };
+  for (const auto& c : cases) {
+    int32_t first = 0, last = 0;
+    ASSERT_EQ(c.years(c.rules, &first, &last), EKR_OK);
+    EXPECT_EQ(first, c.first);
+    EXPECT_EQ(last, c.last);
+  }
+  int32_t first = 0, last = 0;
+  EXPECT_EQ(ekr_rules_years(static_cast<ekr_rules>(7), &first, &last), EKR_ERROR_ARGUMENT);
+  EXPECT_STREQ(ekr_last_error(), "rules 7 name no rule set");
+  EXPECT_EQ(ekr_reference_years(EKR_RULES_READER, nullptr, &last), EKR_ERROR_ARGUMENT);
+}
+
+TEST(Options, BadOptionsAndReferencesAreRefusedInWords) {
+  ekr_options small = Reader(EKR_PREFER_FUTURE);
+  small.size = 8;
   const struct {
     ekr_options options;
     const char* ref;
-    const char* want;
+    const char* status;
+    const char* error;
   } cases[] = {
-      {future(1899, 2099), "202405241030", "invalid argument"},
-      {future(1900, 2100), "202405241030", "invalid argument"},
-      {future(2030, 2010), "202405241030", "invalid argument"},
-      {UnknownPrefer(2), "202405241030", "invalid argument"},
-      {UnknownPrefer(-1), "202405241030", "invalid argument"},
-      // The whole call's references, and a window's.
-      {future(2000, 2035), "196912312359", "invalid reference time"},
-      {future(2000, 2035), "204401010000", "invalid reference time"},
-      {future(1900, 2099), "195006251000", "-"},
-      {future(1900, 1999), "202405241030", "invalid reference time"},
-      {future(1900, 2099), "2024052410", "invalid reference time"},
+      {Reader(EKR_PREFER_FUTURE, 999, 2099), "202405241030", "invalid argument",
+       "years 999..2099 are not a window inside 1000..2999"},
+      {Reader(EKR_PREFER_FUTURE, 1900, 3000), "202405241030", "invalid argument",
+       "years 1900..3000 are not a window inside 1000..2999"},
+      {Reader(EKR_PREFER_FUTURE, 2030, 2010), "202405241030", "invalid argument",
+       "years 2030..2010 are not a window inside 1000..2999"},
+      {Unknown(0, 2), "202405241030", "invalid argument",
+       "prefer 2 is neither future (0) nor past (1)"},
+      {Unknown(0, -1), "202405241030", "invalid argument",
+       "prefer -1 is neither future (0) nor past (1)"},
+      {Unknown(2, 0), "202405241030", "invalid argument",
+       "rules 2 are neither reader (0) nor whole-call (1)"},
+      {small, "202405241030", "invalid argument",
+       "options of 8 bytes: set them up with ekr_options_init first"},
+      {Options(EKR_RULES_WHOLE_CALL, EKR_PREFER_PAST, 0, 0), "202405241030", "invalid argument",
+       "the whole call's rules prefer the future only"},
+      {Options(EKR_RULES_WHOLE_CALL, EKR_PREFER_FUTURE, 1900, 2099), "202405241030",
+       "invalid argument", "the whole call's rules read years 2000..2035 only, not 1900..2099"},
+      // The references of each rule set, and of a window.
+      {WholeCall(), "196912312359", "invalid reference time",
+       "reference 196912312359 is outside years 1970..2043, months 1..12, days 1..31, hours "
+       "0..24, minutes 0..60"},
+      {WholeCall(), "204401010000", "invalid reference time", nullptr},
+      {Options(EKR_RULES_WHOLE_CALL, EKR_PREFER_FUTURE, 2000, 2035), "204312312460", "-", nullptr},
+      {Reader(EKR_PREFER_FUTURE), "195006251000", "-", nullptr},
+      {Reader(EKR_PREFER_FUTURE), "100001010000", "-", nullptr},
+      {Reader(EKR_PREFER_FUTURE), "099912312359", "invalid reference time",
+       "reference 099912312359 is outside years 1000..2999, months 1..12, days 1..31, hours "
+       "0..24, minutes 0..60"},
+      {Reader(EKR_PREFER_FUTURE, 1900, 1999), "202405241030", "invalid reference time", nullptr},
+      {Reader(EKR_PREFER_FUTURE), "202413011030", "invalid reference time", nullptr},
+      {Reader(EKR_PREFER_FUTURE, 1900, 2099), "2024052410", "invalid reference time",
+       "reference \"2024052410\" is not twelve digits YYYYMMDDhhmm"},
   };
-  for (const auto& c : cases) EXPECT_EQ(Answer("날씨 좋다", c.ref, c.options), c.want) << c.ref;
+  for (const auto& c : cases) {
+    EXPECT_EQ(Answer("날씨 좋다", c.ref, c.options), c.status) << c.ref;
+    if (c.error != nullptr) {
+      EXPECT_STREQ(ekr_last_error(), c.error) << c.ref;
+    }
+    if (std::strcmp(c.status, "invalid argument") == 0) {
+      EXPECT_EQ(ekr_options_check(&c.options), EKR_ERROR_ARGUMENT);
+      EXPECT_STREQ(ekr_last_error(), c.error);
+    }
+  }
   ekr_results* r = nullptr;
   EXPECT_EQ(ekr_extract_with(Korean().get(), "x", 1, "202405241030", nullptr, &r),
             EKR_ERROR_ARGUMENT);
   EXPECT_EQ(r, nullptr);
+  EXPECT_STREQ(ekr_last_error(), "no options (NULL)");
 }
 
 TEST(Options, AWindowReadsEveryWrittenYearInside) {
-  const ekr_options wide = Options(EKR_PREFER_FUTURE, 1900, 2099);
-  const ekr_options init = Options(EKR_PREFER_FUTURE, 2000, 2035);
-  const ekr_options narrow = Options(EKR_PREFER_FUTURE, 1990, 2010);
+  const ekr_options wide = Reader(EKR_PREFER_FUTURE);
+  const ekr_options init = WholeCall();
+  const ekr_options narrow = Reader(EKR_PREFER_FUTURE, 1990, 2010);
   const std::string ref = "202405241030";
   const struct {
     const char* text;
@@ -122,8 +202,8 @@ TEST(Options, AWindowReadsEveryWrittenYearInside) {
 }
 
 TEST(Options, ThePastPreferredPlacesOpenDatesBeforeTheReference) {
-  const ekr_options past = Options(EKR_PREFER_PAST, 2000, 2035);
-  const ekr_options future = Options(EKR_PREFER_FUTURE, 2000, 2035);
+  const ekr_options past = Reader(EKR_PREFER_PAST);
+  const ekr_options future = Reader(EKR_PREFER_FUTURE);
   const std::string friday = "202405241030";  // Friday 2024-05-24 10:30
   const struct {
     const char* text;
@@ -209,8 +289,7 @@ TEST(Options, WithoutFutureWordsNothingStartsAfterTheReferenceInThePast) {
                         "201001010900", "199507151830"};
   int checked = 0;
   for (const char* ref : refs) {
-    const ekr_options past = Options(EKR_PREFER_PAST, ref[0] == '1' ? 1900 : 2000,
-                                     ref[0] == '1' ? 2099 : 2035);
+    const ekr_options past = Reader(EKR_PREFER_PAST);
     for (const std::string& text : texts) {
       ekr_status status;
       const ResultsPtr r = SessionExtract(Korean().get(), text, ref, &status, &past);

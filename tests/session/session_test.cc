@@ -31,13 +31,14 @@ std::string WholeCall(const DictSet& d, const std::string& text, const std::stri
 }
 
 // Asserts that the session gives what the whole-call entry gives, under
-// the options of ekr_options_init.
+// the whole call's rules.
 void ExpectSameAnswer(const ekr_extractor* ex, const DictSet& d, const std::string& text,
                       const std::string& ref, const std::string& where) {
   std::string wholeContent, sessionContent;
   const std::string whole = WholeCall(d, text, ref, &wholeContent);
   ekr_options init;
   ekr_options_init(&init);
+  init.rules = EKR_RULES_WHOLE_CALL;
   ekr_status status;
   ResultsPtr r = SessionExtract(ex, text, ref, &status, &init);
   ASSERT_EQ(status, EKR_OK) << where << ": " << text;

@@ -103,8 +103,8 @@ TEST(Service, RoutesStatusesAndErrors) {
       {"POST", "/parse", "text=x&reftime=99999999999999999999", "", 400, "reftime"},
       {"POST", "/parse", "text=x&reftime=0", "", 200, "[]"},
       {"POST", "/parse", "text=x&reftime=-1000", "", 200, "[]"},  // 08:59 in Korea
-      {"POST", "/parse", "text=x&reftime=-40000000", "", 400, "reftime: reference 196912312153"},
-      {"POST", "/parse", "text=x&reftime=2500000000000", "", 400, "reftime: reference 2049"},
+      {"POST", "/parse", "text=x&reftime=-40000000&rules=whole-call", "", 400, "reftime: reference 196912312153"},
+      {"POST", "/parse", "text=x&reftime=2500000000000&rules=whole-call", "", 400, "reftime: reference 2049"},
       {"POST", "/parse", "text=x&dims=time", "", 400, "dims"},
       {"POST", "/parse", "text=x&dims=%5B1%5D", "", 400, "dims"},
       {"POST", "/parse", "text=x&prefer=later", "", 400, "prefer"},

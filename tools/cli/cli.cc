@@ -42,21 +42,25 @@ constexpr char kUsage[] =
     "  --dict DIR          dictionaries: compiled (tags.bin ...) or sources (tags.txt ...);\n"
     "                      default: the set built into the library\n"
     "  --settings FILE     settings text instead of the dictionaries' own\n"
+    "  --rules reader|whole-call  how texts are read (default: reader, each expression on\n"
+    "                      its own terms; whole-call: the native method's rules exactly)\n"
     "  --prefer future|past  where an open date or time falls (default: future, the\n"
     "                      next one to come; past: the last one that has come)\n"
-    "  --years MIN-MAX     the years written years are read in and results may reach,\n"
-    "                      inside 1900-2099 (default: the whole call's rules, 2000-2035)\n"
+    "  --years MIN-MAX     the years written years are read in and results may reach\n"
+    "                      (default: the rules' own, 1000-2999 for the reader)\n"
     "  --jsonl             input lines are JSON objects {\"text\": ..., \"ref\": ..., \"id\": ...,\n"
-    "                      \"prefer\": ..., \"years\": [MIN, MAX]} (the last two optional);\n"
-    "                      each answer is {\"id\": ..., \"results\": [...], \"content\": ...}\n"
+    "                      \"rules\": ..., \"prefer\": ..., \"years\": [MIN, MAX]} (the last\n"
+    "                      three optional); each answer is {\"id\": ..., \"results\": [...],\n"
+    "                      \"content\": ...}\n"
     "  --table             a table for people instead of JSON\n"
-    "  --raw               the whole-call entry's own answer (CP949 bytes)\n"
+    "  --raw               the whole-call entry's own answer (CP949 bytes), by the\n"
+    "                      whole call's rules\n"
     "  -h, --help          this text\n";
 
 struct Options {
   std::string ref, dictDir, settingsFile;
-  ekr_options reading = session::WholeCallOptions();
-  bool jsonl = false, table = false, raw = false;
+  ekr_options reading = session::DefaultOptions();
+  bool jsonl = false, table = false, raw = false, rulesGiven = false;
   std::vector<std::string> texts;
 };
 
@@ -77,14 +81,20 @@ std::string ReferenceFormatProblem(const std::string& ref) {
   return "";
 }
 
-// The problem with a reference time, or "" when it is one the library takes
-// under the whole call's rules.
-std::string ReferenceProblem(const std::string& ref) {
+// The problem with a reference time under options, or "" when its year lies
+// in the years the library takes (it judges the other fields per text).
+std::string ReferenceProblem(const std::string& ref, const ekr_options& reading) {
   const std::string format = ReferenceFormatProblem(ref);
   if (!format.empty()) return format;
-  if (!AcceptReference(ref.c_str())) {
-    return "\"" + ref + "\" is outside years 1970..2043 (months 1..12, days 1..31, hours 0..24, "
-           "minutes 0..60)";
+  int32_t first = 0, last = 0;
+  ekr_reference_years(reading.rules, &first, &last);
+  if (reading.rules != EKR_RULES_WHOLE_CALL && reading.min_year != 0) {
+    first = reading.min_year;
+    last = reading.max_year;
+  }
+  const int year = std::stoi(ref.substr(0, 4));
+  if (year < first || year > last) {
+    return "\"" + ref + "\" is outside years " + std::to_string(first) + ".." + std::to_string(last);
   }
   return "";
 }
@@ -95,14 +105,22 @@ std::string Flags(const ekr_moment& m) {
   return std::to_string(m.has_date) + std::to_string(m.has_time) + std::to_string(m.has_ampm);
 }
 
-const char* CycleString(ekr_cycle c) {
-  switch (c) {
-    case EKR_CYCLE_YEAR: return "00010000000000";
-    case EKR_CYCLE_MONTH: return "00000100000000";
-    case EKR_CYCLE_WEEK: return "00000007000000";
-    case EKR_CYCLE_DAY: return "00000001000000";
-    default: return "00000000000000";
+// The cycle as the whole call writes it, a period YYYYMMDDhhmmss: every
+// year 00010000000000, every week 00000007000000, every other week
+// 00000014000000.
+std::string CycleString(const ekr_result& e) {
+  int32_t years = 0, months = 0, days = 0;
+  const int32_t every = e.cycle_interval > 0 ? e.cycle_interval : 1;
+  switch (e.cycle) {
+    case EKR_CYCLE_YEAR: years = every; break;
+    case EKR_CYCLE_MONTH: months = every; break;
+    case EKR_CYCLE_WEEK: days = 7 * every; break;
+    case EKR_CYCLE_DAY: days = every; break;
+    default: break;
   }
+  char buf[32];
+  std::snprintf(buf, sizeof(buf), "%04d%02d%02d000000", years % 10000, months % 100, days % 100);
+  return buf;
 }
 
 // The answer in the shape of the native method's JSON array, every value a
@@ -118,7 +136,7 @@ Json ResultJson(const ekr_result& e) {
           {"endIndex", std::to_string(e.end_char)},
           {"inputInformStart", Flags(e.start)},
           {"inputInformEnd", Flags(end)},
-          {"cycle", CycleString(e.cycle)}};
+          {"cycle", CycleString(e)}};
 }
 
 std::string Dump(const Json& j) { return j.dump(-1, ' ', false, Json::error_handler_t::replace); }
@@ -193,10 +211,7 @@ class Tool {
   bool Answer(const std::string& where, const std::string& text, std::string ref,
               const ekr_options& reading, const Json* id) {
     if (ref.empty()) ref = o_.ref.empty() ? Now() : o_.ref;
-    // A window of the caller's takes other references; the session says
-    // which then.
-    const std::string refProblem = WholeCall(reading) ? ReferenceProblem(ref)
-                                                      : ReferenceFormatProblem(ref);
+    const std::string refProblem = ReferenceFormatProblem(ref);
     if (!refProblem.empty()) return Fail(where, "ref " + refProblem, id);
     if (o_.raw) {
       if (!WholeCall(reading)) return Fail(where, "--raw reads by the whole call's rules only", id);
@@ -292,9 +307,15 @@ bool ParseLine(const std::string& line, std::string* text, std::string* ref, Jso
   const auto i = j.find("id");
   *hasId = i != j.end();
   if (*hasId) *id = *i;
+  const auto rules = j.find("rules");
+  if (rules != j.end() &&
+      (!rules->is_string() || !ParseRules(rules->get<std::string>(), &reading->rules))) {
+    *problem = "\"rules\" is not " + RulesNames();
+    return false;
+  }
   const auto p = j.find("prefer");
   if (p != j.end() && (!p->is_string() || !ParsePrefer(p->get<std::string>(), &reading->prefer))) {
-    *problem = "\"prefer\" is neither \"future\" nor \"past\"";
+    *problem = "\"prefer\" is not " + PreferNames();
     return false;
   }
   const auto y = j.find("years");
@@ -314,6 +335,11 @@ bool ParseLine(const std::string& line, std::string* text, std::string* ref, Jso
       *problem = "\"years\": " + bad;
       return false;
     }
+  }
+  const std::string bad = OptionsProblem(*reading);
+  if (!bad.empty()) {
+    *problem = bad;
+    return false;
   }
   return true;
 }
@@ -348,10 +374,16 @@ int RunCli(const std::vector<std::string>& args, std::istream& in, std::ostream&
       if (!value(&o.dictDir)) return Usage(err, "--dict needs a directory");
     } else if (a == "--settings") {
       if (!value(&o.settingsFile)) return Usage(err, "--settings needs a file");
+    } else if (a == "--rules") {
+      std::string v;
+      if (!value(&v) || !ParseRules(v, &o.reading.rules)) {
+        return Usage(err, "--rules needs " + RulesNames());
+      }
+      o.rulesGiven = true;
     } else if (a == "--prefer") {
       std::string v;
       if (!value(&v) || !ParsePrefer(v, &o.reading.prefer)) {
-        return Usage(err, "--prefer needs future or past");
+        return Usage(err, "--prefer needs " + PreferNames());
       }
     } else if (a == "--years") {
       std::string v;
@@ -370,16 +402,18 @@ int RunCli(const std::vector<std::string>& args, std::istream& in, std::ostream&
       o.texts.push_back(a);
     }
   }
-  if (!o.ref.empty()) {
-    // The window decides which references are taken (--years may follow).
-    std::string problem = WholeCall(o.reading) ? ReferenceProblem(o.ref) : ReferenceFormatProblem(o.ref);
-    if (problem.empty() && !WholeCall(o.reading)) {
-      const int year = std::stoi(o.ref.substr(0, 4));
-      if (year < o.reading.min_year || year > o.reading.max_year) {
-        problem = "\"" + o.ref + "\" is outside the years " + std::to_string(o.reading.min_year) +
-                  ".." + std::to_string(o.reading.max_year);
-      }
+  if (o.raw) {
+    if (o.rulesGiven && !WholeCall(o.reading)) {
+      return Usage(err, "--raw reads by the whole call's rules only");
     }
+    o.reading.rules = EKR_RULES_WHOLE_CALL;
+  }
+  {
+    const std::string problem = OptionsProblem(o.reading);
+    if (!problem.empty()) return Usage(err, problem);
+  }
+  if (!o.ref.empty()) {
+    const std::string problem = ReferenceProblem(o.ref, o.reading);
     if (!problem.empty()) return Usage(err, "--ref " + problem);
   }
   if (o.jsonl && !o.texts.empty()) return Usage(err, "--jsonl reads standard input only");

@@ -435,15 +435,24 @@ Response Service::Parse(const Request& r, std::chrono::system_clock::time_point 
     refInstant = date::sys_seconds(seconds(FloorDiv(ms, 1000)));
   }
 
-  ekr_options reading = session::WholeCallOptions();
+  ekr_options reading = session::DefaultOptions();
+  if (const std::string* rules = Given(fields, "rules")) {
+    if (!tools::ParseRules(*rules, &reading.rules)) {
+      return JsonError(400, "rules \"" + *rules + "\": not " + tools::RulesNames());
+    }
+  }
   if (const std::string* prefer = Given(fields, "prefer")) {
     if (!tools::ParsePrefer(*prefer, &reading.prefer)) {
-      return JsonError(400, "prefer \"" + *prefer + "\": neither future nor past");
+      return JsonError(400, "prefer \"" + *prefer + "\": not " + tools::PreferNames());
     }
   }
   if (const std::string* years = Given(fields, "years")) {
     const std::string bad = tools::ParseYears(*years, &reading);
     if (!bad.empty()) return JsonError(400, "years: " + bad);
+  }
+  {
+    const std::string bad = tools::OptionsProblem(reading);
+    if (!bad.empty()) return JsonError(400, bad);
   }
 
   const bool time = WantsTime(Given(fields, "dims"), &problem);
@@ -497,7 +506,7 @@ Response Service::Parse(const Request& r, std::chrono::system_clock::time_point 
         std::string_view(*text).substr(static_cast<size_t>(e.begin_byte),
                                        static_cast<size_t>(e.end_byte - e.begin_byte));
     if (answer.size() > 1) answer.push_back(',');
-    if (!AppendEntity(e, results.lunar[k] != 0, body, zone, &answer) && answer.back() == ',') {
+    if (!AppendEntity(e, e.lunar != 0, body, zone, &answer) && answer.back() == ',') {
       answer.pop_back();
     }
   }
