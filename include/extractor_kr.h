@@ -223,6 +223,18 @@ EKR_EXPORT ekr_status ekr_extract_with(const ekr_extractor* ex, const char* text
                                        const char* reference, const ekr_options* o,
                                        ekr_results** out);
 
+/* ekr_extract_with, telling what each stage made of the text: one JSON
+ * object (UTF-8, NUL-terminated, allocated with malloc: free it with free)
+ * with the replacements that fired (with the source file and line of each
+ * when the set was opened from its sources), the normalised text, the
+ * tokens with their tags, the patterns found and the ones dropped with the
+ * reason, the records as found, compounded and resolved (with what each
+ * took from another), what became of each, the results and the content.
+ * For people who write dictionaries and hunt wrong answers; the results are
+ * those of ekr_extract_with. */
+EKR_EXPORT ekr_status ekr_explain(const ekr_extractor* ex, const char* text, size_t length,
+                                  const char* reference, const ekr_options* o, char** json);
+
 /* The name of a rule set ("reader", "whole-call") or of a preference
  * ("future", "past"); NULL for a value that names none. */
 EKR_EXPORT const char* ekr_rules_name(ekr_rules rules);

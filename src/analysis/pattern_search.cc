@@ -25,6 +25,7 @@
 
 #include "calendar/arith.h"
 #include "dict/btrie.h"
+#include "driver/trace.h"
 #include "interpret/dtinfo.h"
 #include "interpret/marks.h"
 
@@ -365,12 +366,21 @@ DTINFO* FindTS(RETTAGS** path, int32_t count, int32_t* consumed, ETS_CONTEXT* ct
   std::vector<RETTAGS> copies(static_cast<size_t>(count));
   for (int32_t k = 0; k < count; ++k) copies[k] = *path[k];
 
+  eti::Trace* const trace = eti::ActiveTrace();
+  const auto note = [&](int32_t from, int32_t n, const char* pattern, const char* outcome) {
+    const RETTAGS& last = copies[from + n - 1];
+    trace->matches.push_back(
+        {copies[from].startPos, last.startPos + last.length, pattern, outcome});
+  };
   DTINFO* result = nullptr;
   int32_t s = 0;
   while (s < count) {
     const eti::BestPattern best =
         eti::FindBestPattern(ctx->patternTrie, copies.data(), s, count);
     if (best.hit == ETI_BBT_PREFIX) {
+      if (trace != nullptr) {
+        note(s, count - s, "", "the rest of the reading only begins a pattern: it stops here");
+      }
       *consumed = s;  // the rest of the path is the beginning of a pattern
       return result;
     }
@@ -381,6 +391,12 @@ DTINFO* FindTS(RETTAGS** path, int32_t count, int32_t* consumed, ETS_CONTEXT* ct
     // A pattern never reaches past the path, whatever its count says.
     const int32_t n = std::min(best.count, count - s);
     DTINFO* list = CalDTStr(ctx->unitSeqTrie, copies.data() + s, n, best.hit);
+    if (trace != nullptr && n > 0) {
+      note(s, n, best.hit->text,
+           list != nullptr ? "a record"
+                           : "no record: the units cut it into nothing, or a value failed its "
+                             "check (a year outside the rules, a month past 12 ...)");
+    }
     if (list != nullptr) {
       if (ctx->reference == nullptr) {
         Free_DTINFO(list);

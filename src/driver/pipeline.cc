@@ -21,6 +21,7 @@
 #include "dict/btrie.h"
 #include "dict/chain_index.h"
 #include "driver/time_string.h"
+#include "driver/trace.h"
 #include "interpret/dtinfo.h"
 #include "resolve/compound.h"
 #include "calendar/rules.h"
@@ -70,14 +71,21 @@ void TakeTime(char* revalidated, char (&out)[15]) {
 // The result list under construction.
 class ResultBuilder {
  public:
-  explicit ResultBuilder(const InputMap& map) : map_(map) {}
+  explicit ResultBuilder(const InputMap& map) : map_(map), trace_(ActiveTrace()) {}
 
   void Add(DTINFO* rec, const Marks& marks);
   std::vector<Found> Take() { return std::move(results_); }
 
  private:
   Found& tail() { return results_.back(); }
-  void Append(Found&& node, DTINFO* rec) {
+  // Notes what became of the record being added, in a traced run.
+  void Say(const char* what) {
+    if (trace_ != nullptr) {
+      trace_->results.push_back("record " + std::to_string(record_) + ": " + what);
+    }
+  }
+  void Append(Found&& node, DTINFO* rec, const char* what = "a result") {
+    Say(what);
     results_.push_back(std::move(node));
     previous_ = rec;
   }
@@ -85,7 +93,7 @@ class ResultBuilder {
     node.node.spanFlag = 1;
     std::memset(node.node.endFlags, 0, 3);
     std::memcpy(node.node.endTime, kOpenTime, 15);
-    Append(std::move(node), rec);
+    Append(std::move(node), rec, "a start, its span open at the end");
   }
   void OpenStart(Found&& node, DTINFO* rec) {
     RESULT_ETS& n = node.node;
@@ -94,10 +102,11 @@ class ResultBuilder {
     std::memcpy(n.startTime, kOpenTime, 15);
     std::memset(n.startFlags, 0, 3);
     n.spanFlag = 1;
-    Append(std::move(node), rec);
+    Append(std::move(node), rec, "an end, its span open at the start");
   }
   // The end closes the open start at the tail.
   void MergeEnd(const Found& node, DTINFO* rec) {
+    Say("the end of the span before it");
     std::memcpy(tail().node.endTime, node.node.startTime, 15);
     std::memcpy(tail().node.endFlags, node.node.startFlags, 3);
     tail().marks = UnionOfOnes(tail().marks, node.marks);
@@ -109,8 +118,10 @@ class ResultBuilder {
   bool Span(Found* node, DTINFO* rec, int32_t duration);
 
   const InputMap& map_;
+  Trace* const trace_;
   std::vector<Found> results_;
   DTINFO* previous_ = nullptr;
+  int32_t record_ = -1;  // the number of the record being added
 };
 
 // A length added to the moment of the open start before it: the sum is the
@@ -131,7 +142,8 @@ void ResultBuilder::DurationMerge(Found&& node, DTINFO* rec) {
     *own[k] = WAdd(IsSet(*own[k]) ? *own[k] : 0, *prev[k]);
   }
   if (ownTime) node.node.startFlags[1] = 1;
-  if (rec->year > LastYear()) return;
+  if (rec->year > LastYear()) return Say("dropped: the length reaches past the last year");
+  Say("a length added to the start before it");
   previous_ = rec;
   int32_t date[3] = {rec->year, rec->month, rec->day};
   int32_t time[3] = {rec->hour, rec->minute, rec->second};
@@ -173,7 +185,9 @@ bool ResultBuilder::Span(Found* node, DTINFO* rec, int32_t duration) {
 }
 
 void ResultBuilder::Add(DTINFO* rec, const Marks& marks) {
-  if ((IsSet(rec->year) && rec->year > LastYear()) || BeforeWindow(rec)) return;
+  ++record_;
+  if (IsSet(rec->year) && rec->year > LastYear()) return Say("dropped: after the last year");
+  if (BeforeWindow(rec)) return Say("dropped: before the first year");
   Found node = NewNode(rec, marks, map_);
   int32_t duration = rec->duration;
 
@@ -187,16 +201,16 @@ void ResultBuilder::Add(DTINFO* rec, const Marks& marks) {
   }
   // A whole period, unless it is itself a start (1) or an open start (3).
   if (rec->spanKind == 1 && duration != 1 && duration != 3) {
-    if (!Span(&node, rec, duration)) return;
+    if (!Span(&node, rec, duration)) return Say("dropped: the period ends after the last year");
     duration = rec->duration;
   }
   switch (duration) {
     case 0:
-      if (IsSet(rec->spanKind)) return Append(std::move(node), rec);
+      if (IsSet(rec->spanKind)) return Append(std::move(node), rec, "a whole period");
       if (previous_ != nullptr && previous_->duration == 1) {
         return DurationMerge(std::move(node), rec);
       }
-      return;
+      return Say("dropped: a length with no start before it");
     case 2:
       if (previous_ != nullptr && previous_->duration == 1) return MergeEnd(node, rec);
       return OpenStart(std::move(node), rec);
@@ -222,6 +236,62 @@ struct HitsDeleter {
 struct ListDeleter {
   void operator()(DTINFO* list) const { Free_DTINFO(list); }
 };
+
+// What normalisation did, for a traced run.
+void TraceText(const retTypeBBT* replacements, const std::string& work, Trace* trace) {
+  for (const retTypeBBT* r = IsHitList(replacements) ? replacements : nullptr; r != nullptr;
+       r = r->next) {
+    trace->replacements.push_back({r->startPos, r->text, r->value});
+  }
+  trace->normalised = work;
+}
+
+void TraceTokens(const RETTAGS* tokens, Trace* trace) {
+  for (const RETTAGS* t = tokens; t != nullptr; t = t->next) {
+    Trace::Token token;
+    token.at = t->startPos;
+    token.length = t->length;
+    for (const TAGATTR* a = t->attrs; a != nullptr; a = a->next) {
+      token.tags.push_back(IsSet(a->value) ? std::string(a->name) + "[" +
+                                                 std::to_string(a->value) + "]"
+                                           : std::string(a->name));
+    }
+    trace->tokens.push_back(std::move(token));
+  }
+}
+
+// Every reading of a stretch was tried: the matches of the reading that
+// covered the most text gave the records; the others are dropped, each said
+// once.
+void SettleMatches(Trace* trace) {
+  std::vector<Trace::Match> settled;
+  for (Trace::Match& m : trace->matches) {
+    if (m.outcome == "a record") {
+      const bool kept = std::any_of(trace->found.begin(), trace->found.end(),
+                                    [&](const Trace::Record& r) {
+                                      return r.fields.seqBegin == m.begin && r.fields.seqEnd == m.end;
+                                    });
+      if (!kept) m.outcome = "dropped: another reading of its stretch covered more text";
+    }
+    const bool seen = std::any_of(settled.begin(), settled.end(), [&](const Trace::Match& o) {
+      return o.begin == m.begin && o.end == m.end && o.pattern == m.pattern &&
+             o.outcome == m.outcome;
+    });
+    if (!seen) settled.push_back(std::move(m));
+  }
+  std::stable_sort(settled.begin(), settled.end(),
+                   [](const Trace::Match& a, const Trace::Match& b) { return a.begin < b.begin; });
+  trace->matches = std::move(settled);
+}
+
+void TraceRecords(const DTINFO* list, const std::vector<Marks>& marks,
+                  const std::vector<std::string>& notes, std::vector<Trace::Record>* out) {
+  size_t k = 0;
+  for (const DTINFO* r = list; r != nullptr; r = r->next, ++k) {
+    out->push_back(Trace::Of(*r, k < marks.size() ? &marks[k] : nullptr,
+                             k < notes.size() ? notes[k] : std::string()));
+  }
+}
 
 }  // namespace
 
@@ -328,11 +398,21 @@ std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
   std::unique_ptr<retTypeBBT, HitsDeleter> replacements(
       Normalise(&work, 10 * static_cast<size_t>(n), d.replacements));
   const int32_t w = static_cast<int32_t>(work.size());
+  Trace* const trace = ActiveTrace();
+  if (trace != nullptr) {
+    trace->input.assign(text, static_cast<size_t>(n));
+    TraceText(replacements.get(), work, trace);
+  }
   Arena tokenMemory;  // the tokens live until the pattern search is done
   RETTAGS* tokens = TagInArena(work.c_str(), d.tags, &tokenMemory);
+  if (trace != nullptr) TraceTokens(tokens, trace);
   std::vector<Marks> found;
   std::unique_ptr<DTINFO, ListDeleter> records(
       FindExpressions(tokens, work.c_str(), w, ctx.get(), &found, false));
+  if (trace != nullptr) {
+    TraceRecords(records.get(), found, {}, &trace->found);
+    SettleMatches(trace);
+  }
   if (records == nullptr) return {};
   if (overallType != nullptr) *overallType = GetDTtype(records.get());
 
@@ -341,7 +421,16 @@ std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
       Compound(records.get(), found, ctx->reference, work.c_str(), &covered));
   records.reset();
   found.clear();
-  if (RestoreTime(compounded.get(), ctx->reference, ctx.get()) == nullptr) return {};
+  if (trace != nullptr) {
+    TraceRecords(compounded.get(), covered, trace->compoundNotes, &trace->compounded);
+  }
+  if (RestoreTime(compounded.get(), ctx->reference, ctx.get()) == nullptr) {
+    if (trace != nullptr) trace->results.push_back("the calendar could not form a date: no results");
+    return {};
+  }
+  if (trace != nullptr) {
+    TraceRecords(compounded.get(), covered, trace->resolveNotes, &trace->resolved);
+  }
   return BuildResults(compounded.get(), covered, InputMap(replacements.get(), n, w));
 }
 

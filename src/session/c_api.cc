@@ -1,6 +1,7 @@
 // The C functions of <extractor_kr.h>, over the session layer.  No C++
 // exception crosses them: running out of memory is EKR_ERROR_MEMORY.  What
 // went wrong in words is kept per thread for ekr_last_error.
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -41,6 +42,16 @@ ekr_status OpenWith(ekr_extractor** out, OpenFn open) {
   } catch (const std::bad_alloc&) {
     return OutOfMemory();
   }
+}
+
+// What an extraction lacks, in words; NULL when it has everything.
+const char* Missing(const ekr_extractor* ex, const char* text, size_t length, const char* reference,
+                    const ekr_options* o) {
+  if (ex == nullptr || ex->impl == nullptr) return "no extractor (NULL)";
+  if (reference == nullptr) return "no reference time (NULL)";
+  if (o == nullptr) return "no options (NULL)";
+  if (text == nullptr && length > 0) return "no text (NULL) of a length above 0";
+  return nullptr;
 }
 
 template <typename Enum>
@@ -116,18 +127,37 @@ ekr_status ekr_extract_with(const ekr_extractor* ex, const char* text, size_t le
                             const char* reference, const ekr_options* o, ekr_results** out) {
   if (out == nullptr) return Fail(EKR_ERROR_ARGUMENT, "no place for the results (out is NULL)");
   *out = nullptr;
-  const char* missing = ex == nullptr || ex->impl == nullptr ? "no extractor (NULL)"
-                        : reference == nullptr               ? "no reference time (NULL)"
-                        : o == nullptr                       ? "no options (NULL)"
-                        : text == nullptr && length > 0      ? "no text (NULL) of a length above 0"
-                                                             : nullptr;
-  if (missing != nullptr) return Fail(EKR_ERROR_ARGUMENT, missing);
+  if (const char* missing = Missing(ex, text, length, reference, o)) {
+    return Fail(EKR_ERROR_ARGUMENT, missing);
+  }
   try {
     std::unique_ptr<ekr_results> r(new ekr_results());
     const Status s = ex->impl->Extract(std::string_view(text != nullptr ? text : "", length),
                                        reference, *o, &r->impl);
     if (!s.ok()) return Fail(s);
     *out = r.release();
+    return EKR_OK;
+  } catch (const std::bad_alloc&) {
+    return OutOfMemory();
+  }
+}
+
+ekr_status ekr_explain(const ekr_extractor* ex, const char* text, size_t length,
+                       const char* reference, const ekr_options* o, char** json) {
+  if (json == nullptr) return Fail(EKR_ERROR_ARGUMENT, "no place for the answer (json is NULL)");
+  *json = nullptr;
+  if (const char* missing = Missing(ex, text, length, reference, o)) {
+    return Fail(EKR_ERROR_ARGUMENT, missing);
+  }
+  try {
+    std::string answer;
+    const Status s = ex->impl->Explain(std::string_view(text != nullptr ? text : "", length),
+                                       reference, *o, &answer);
+    if (!s.ok()) return Fail(s);
+    char* out = static_cast<char*>(std::malloc(answer.size() + 1));
+    if (out == nullptr) return OutOfMemory();
+    std::memcpy(out, answer.c_str(), answer.size() + 1);
+    *json = out;
     return EKR_OK;
   } catch (const std::bad_alloc&) {
     return OutOfMemory();

@@ -255,9 +255,6 @@ std::string OptionsProblem(const ekr_options& o) {
   return "";
 }
 
-namespace {
-
-// The rules of sound options.
 ReadingRules RulesOf(const ekr_options& o) {
   ReadingRules r;
   if (o.rules == EKR_RULES_WHOLE_CALL) return r;
@@ -268,6 +265,8 @@ ReadingRules RulesOf(const ekr_options& o) {
   r.past = o.prefer == EKR_PREFER_PAST;
   return r;
 }
+
+namespace {
 
 // The problem with a reference of twelve digits under `rules` ("" when it
 // is taken): the whole call's check, or the same fields with the year

@@ -10,8 +10,10 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
+#include "calendar/rules.h"
 #include "dict/btrie.h"
 #include "driver/engine.h"
 #include "extractor_kr.h"
@@ -58,6 +60,9 @@ ekr_options WholeCallOptions();
 // but their own.
 std::string OptionsProblem(const ekr_options& o);
 
+// The rules of sound options (OptionsProblem gave "").
+ReadingRules RulesOf(const ekr_options& o);
+
 // The years a rule set (an ekr_rules as an int) reads and keeps, and the
 // years its references may lie in; false for an unknown rule set.
 bool RulesYears(int rules, int32_t* first, int32_t* last);
@@ -83,6 +88,13 @@ class Extractor {
   Status Extract(std::string_view text, std::string_view reference, const ekr_options& options,
                  Results* out) const;
 
+  // The same extraction, with what each stage made of the text, as one
+  // JSON object (the replacements that fired, the tokens, the patterns
+  // found and dropped, the records as found, compounded and resolved, what
+  // the result loop did, the results and the content).
+  Status Explain(std::string_view text, std::string_view reference, const ekr_options& options,
+                 std::string* json) const;
+
  private:
   Extractor() = default;
 
@@ -92,6 +104,16 @@ class Extractor {
   WordList words_;  // views into wordText_
   std::unique_ptr<WordIndex> wordIndex_;
   LoadedDictionaries dicts_;
+  // Where each key of the four tries was written ("replace.txt:12"), for
+  // a set compiled from its sources; empty otherwise.
+  std::unordered_map<std::string, std::string> origins_[4];
+
+  // The origin of a key of trie k (0 replacements .. 3 unit sequences), ""
+  // when unknown.
+  std::string OriginOf(int k, const std::string& key) const {
+    const auto it = origins_[k].find(key);
+    return it == origins_[k].end() ? std::string() : it->second;
+  }
 };
 
 }  // namespace eti::session

@@ -12,6 +12,7 @@
 #include <ctime>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "common/dict_source.h"
 #include "common/source_set.h"
@@ -53,6 +54,10 @@ constexpr char kUsage[] =
     "                      three optional); each answer is {\"id\": ..., \"results\": [...],\n"
     "                      \"content\": ...}\n"
     "  --table             a table for people instead of JSON\n"
+    "  --explain           what each stage made of each text: the replacements that\n"
+    "                      fired, the tokens, the patterns, the records as found,\n"
+    "                      compounded and resolved, then the answer (with --jsonl, one\n"
+    "                      JSON object per text)\n"
     "  --raw               the whole-call entry's own answer (CP949 bytes), by the\n"
     "                      whole call's rules\n"
     "  -h, --help          this text\n";
@@ -60,7 +65,7 @@ constexpr char kUsage[] =
 struct Options {
   std::string ref, dictDir, settingsFile;
   ekr_options reading = session::DefaultOptions();
-  bool jsonl = false, table = false, raw = false, rulesGiven = false;
+  bool jsonl = false, table = false, raw = false, explain = false, rulesGiven = false;
   std::vector<std::string> texts;
 };
 
@@ -201,6 +206,60 @@ std::string TableOf(const std::string& text, const std::string& ref, const Resul
   return out + "  content: \"" + r.content + "\"\n";
 }
 
+// A record's fields, "year=2024 month=5 ...".
+std::string FieldsOf(const Json& fields) {
+  std::string out;
+  for (auto it = fields.begin(); it != fields.end(); ++it) {
+    if (!out.empty()) out += ' ';
+    out += it.key() + "=" + std::to_string(it.value().get<int64_t>());
+  }
+  return out;
+}
+
+// The trace of --explain for people, stages 1 to 4.
+std::string ExplainForPeople(const Json& t) {
+  std::ostringstream out;
+  const auto quoted = [](const Json& s) { return "\"" + s.get<std::string>() + "\""; };
+  out << "text: " << quoted(t["text"]) << "  (reference " << t["reference"].get<std::string>()
+      << ", " << t["rules"].get<std::string>() << " rules, " << t["prefer"].get<std::string>()
+      << ", years " << t["years"][0] << ".." << t["years"][1] << ")\n";
+  out << "1. normalised: " << quoted(t["normalised"]) << "\n";
+  if (t["replacements"].empty()) out << "   no replacement fired\n";
+  for (const Json& r : t["replacements"]) {
+    out << "   at " << r["at"] << ": " << quoted(r["key"]) << " -> " << quoted(r["value"]);
+    if (r.contains("source")) out << "  (" << r["source"].get<std::string>() << ")";
+    out << "\n";
+  }
+  out << "2. tokens:\n";
+  for (const Json& k : t["tokens"]) {
+    std::string tags;
+    for (const Json& tag : k["tags"]) tags += (tags.empty() ? "" : " ") + tag.get<std::string>();
+    out << "   " << quoted(k["text"]) << " at " << k["at"] << ": " << tags << "\n";
+  }
+  out << "3. patterns:\n";
+  if (t["patterns"].empty()) out << "   none\n";
+  for (const Json& p : t["patterns"]) {
+    out << "   " << quoted(p["text"]);
+    if (!p["pattern"].get<std::string>().empty()) out << "  " << p["pattern"].get<std::string>();
+    out << "  -> " << p["outcome"].get<std::string>() << "\n";
+  }
+  out << "4. records:\n";
+  for (const char* stage : {"found", "compounded", "resolved"}) {
+    int k = 0;
+    for (const Json& r : t[stage]) {
+      out << "   " << stage << " " << k++ << ": " << quoted(r["text"]) << "  "
+          << FieldsOf(r["fields"]);
+      if (r.contains("has") && !r["has"].get<std::string>().empty()) {
+        out << "  (has " << r["has"].get<std::string>() << ")";
+      }
+      if (r.contains("note")) out << "  [" << r["note"].get<std::string>() << "]";
+      out << "\n";
+    }
+  }
+  for (const Json& n : t["kept"]) out << "   " << n.get<std::string>() << "\n";
+  return out.str();
+}
+
 class Tool {
  public:
   Tool(const Options& o, const CompiledSet& b, std::unique_ptr<Extractor> ex, std::ostream& out,
@@ -217,6 +276,7 @@ class Tool {
       if (!WholeCall(reading)) return Fail(where, "--raw reads by the whole call's rules only", id);
       return Raw(where, text, ref, id);
     }
+    if (o_.explain) return Explain(where, text, ref, reading, id);
     Results r;
     const Status s = ex_->Extract(text, ref, reading, &r);
     if (!s.ok()) return Fail(where, s.detail, id);
@@ -239,6 +299,35 @@ class Tool {
   }
 
  private:
+  // The trace of one text, then its answer as the default output gives it:
+  // for people, or with --jsonl one JSON object (the trace with the answer
+  // under "answer").
+  bool Explain(const std::string& where, const std::string& text, const std::string& ref,
+               const ekr_options& reading, const Json* id) {
+    std::string json;
+    const Status s = ex_->Explain(text, ref, reading, &json);
+    if (!s.ok()) return Fail(where, s.detail, id);
+    Results r;
+    if (!ex_->Extract(text, ref, reading, &r).ok()) return Fail(where, "no answer", id);
+    std::ostringstream answer;
+    WriteAnswer(answer, id, r);
+    const Json trace = Json::parse(json);
+    if (o_.jsonl) {
+      Json line = Json::object();
+      if (id != nullptr) line["id"] = *id;
+      for (auto it = trace.begin(); it != trace.end(); ++it) {
+        if (it.key() != "results" && it.key() != "content") line[it.key()] = it.value();
+      }
+      std::string a = answer.str();
+      a.pop_back();  // its line feed
+      line["answer"] = Json::parse(a);
+      out_ << Dump(line) << "\n";
+    } else {
+      out_ << ExplainForPeople(trace) << "5. answer:\n   " << answer.str();
+    }
+    return true;
+  }
+
   // The whole-call entry, for comparing with what the native method gives.
   bool Raw(const std::string& where, const std::string& text, const std::string& ref,
            const Json* id) {
@@ -394,6 +483,8 @@ int RunCli(const std::vector<std::string>& args, std::istream& in, std::ostream&
       o.jsonl = true;
     } else if (a == "--table") {
       o.table = true;
+    } else if (a == "--explain") {
+      o.explain = true;
     } else if (a == "--raw") {
       o.raw = true;
     } else if (a.size() > 1 && a[0] == '-' && a[1] == '-') {
@@ -417,7 +508,9 @@ int RunCli(const std::vector<std::string>& args, std::istream& in, std::ostream&
     if (!problem.empty()) return Usage(err, "--ref " + problem);
   }
   if (o.jsonl && !o.texts.empty()) return Usage(err, "--jsonl reads standard input only");
-  if (o.table + o.raw > 1) return Usage(err, "--table and --raw do not go together");
+  if (o.table + o.raw + o.explain > 1) {
+    return Usage(err, "--table, --raw and --explain do not go together");
+  }
 
   CompiledSet blobs;
   if (o.dictDir.empty()) {
