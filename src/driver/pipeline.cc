@@ -24,6 +24,8 @@
 #include "driver/trace.h"
 #include "interpret/dtinfo.h"
 #include "resolve/compound.h"
+#include "resolve/reader.h"
+#include "resolve/restore.h"
 #include "calendar/rules.h"
 
 namespace eti {
@@ -71,7 +73,8 @@ void TakeTime(char* revalidated, char (&out)[15]) {
 // The result list under construction.
 class ResultBuilder {
  public:
-  explicit ResultBuilder(const InputMap& map) : map_(map), trace_(ActiveTrace()) {}
+  ResultBuilder(const InputMap& map, const std::vector<Placement>* places)
+      : map_(map), trace_(ActiveTrace()), places_(places) {}
 
   void Add(DTINFO* rec, const Marks& marks);
   std::vector<Found> Take() { return std::move(results_); }
@@ -88,6 +91,7 @@ class ResultBuilder {
     Say(what);
     results_.push_back(std::move(node));
     previous_ = rec;
+    previousRecord_ = record_;
   }
   void OpenEnd(Found&& node, DTINFO* rec) {
     node.node.spanFlag = 1;
@@ -105,7 +109,11 @@ class ResultBuilder {
     Append(std::move(node), rec, "an end, its span open at the start");
   }
   // The end closes the open start at the tail.
-  void MergeEnd(const Found& node, DTINFO* rec) {
+  void MergeEnd(Found&& node, DTINFO* rec) {
+    if (EndsBeforeStart(node)) {
+      Say("no end of the span before it: it would end before it starts");
+      return OpenStart(std::move(node), rec);
+    }
     Say("the end of the span before it");
     std::memcpy(tail().node.endTime, node.node.startTime, 15);
     std::memcpy(tail().node.endFlags, node.node.startFlags, 3);
@@ -113,15 +121,40 @@ class ResultBuilder {
     tail().lunar = tail().lunar || node.lunar;
     tail().node.spanFlag = static_cast<uint8_t>(previous_->duration);
     previous_ = rec;
+    previousRecord_ = record_;
   }
   void DurationMerge(Found&& node, DTINFO* rec);
   bool Span(Found* node, DTINFO* rec, int32_t duration);
 
+  // Whether the record being added stands in another sentence than the
+  // record before it (reader rules only).
+  bool NewSentence() const {
+    if (places_ == nullptr || previousRecord_ < 0) return false;
+    const Placement& a = (*places_)[static_cast<size_t>(previousRecord_)];
+    const Placement& b = (*places_)[static_cast<size_t>(record_)];
+    return a.sentence != b.sentence;
+  }
+  // Under the reader rules a span whose end came out before its start is
+  // two results: what starts, and what ends.
+  bool EndsBeforeStart(const Found& node) const {
+    if (places_ == nullptr) return false;
+    const char* start = tail().node.startTime;
+    const char* end = node.node.startTime;
+    for (int k = 0; k < 14; ++k) {
+      if (start[k] == 'F' || end[k] == 'F') return false;
+      if (start[k] != end[k]) return end[k] < start[k];
+    }
+    return false;
+  }
+  const Found& tail() const { return results_.back(); }
+
   const InputMap& map_;
   Trace* const trace_;
+  const std::vector<Placement>* places_;
   std::vector<Found> results_;
   DTINFO* previous_ = nullptr;
   int32_t record_ = -1;  // the number of the record being added
+  int32_t previousRecord_ = -1;  // the number of previous_
 };
 
 // A length added to the moment of the open start before it: the sum is the
@@ -145,6 +178,7 @@ void ResultBuilder::DurationMerge(Found&& node, DTINFO* rec) {
   if (rec->year > LastYear()) return Say("dropped: the length reaches past the last year");
   Say("a length added to the start before it");
   previous_ = rec;
+  previousRecord_ = record_;
   int32_t date[3] = {rec->year, rec->month, rec->day};
   int32_t time[3] = {rec->hour, rec->minute, rec->second};
   TakeTime(dateTimeRevalidate(date, time), tail().node.endTime);
@@ -192,12 +226,19 @@ void ResultBuilder::Add(DTINFO* rec, const Marks& marks) {
   int32_t duration = rec->duration;
 
   // Durations: 1 a start, 2 an end, 3 a start that the next record may
-  // close, 0 a length of time.
+  // close, 0 a length of time.  Under the reader rules nothing closes or
+  // lengthens what a sentence before it opened.
+  const bool newSentence = NewSentence();
+  if (newSentence && previous_ != nullptr &&
+      (previous_->duration == 1 || previous_->duration == 3)) {
+    Say("joins nothing before it: a sentence ends between them");
+    previous_ = nullptr;
+  }
   if (previous_ != nullptr && previous_->duration == 3) {
     if (duration == 1) return OpenEnd(std::move(node), rec);
     previous_->duration = 1;
     rec->duration = duration = 2;  // a period after an open start is its end
-    if (rec->spanKind != 1) return MergeEnd(node, rec);
+    if (rec->spanKind != 1) return MergeEnd(std::move(node), rec);
   }
   // A whole period, unless it is itself a start (1) or an open start (3).
   if (rec->spanKind == 1 && duration != 1 && duration != 3) {
@@ -212,7 +253,7 @@ void ResultBuilder::Add(DTINFO* rec, const Marks& marks) {
       }
       return Say("dropped: a length with no start before it");
     case 2:
-      if (previous_ != nullptr && previous_->duration == 1) return MergeEnd(node, rec);
+      if (previous_ != nullptr && previous_->duration == 1) return MergeEnd(std::move(node), rec);
       return OpenStart(std::move(node), rec);
     case 1:
       return OpenEnd(std::move(node), rec);
@@ -367,8 +408,8 @@ Marks InputMap::Map(const Marks& normalised) const {
 }
 
 std::vector<Found> BuildResults(DTINFO* restored, const std::vector<Marks>& marks,
-                                const InputMap& map) {
-  ResultBuilder builder(map);
+                                const InputMap& map, const std::vector<Placement>* places) {
+  ResultBuilder builder(map, places);
   static const Marks kNone;
   size_t k = 0;
   for (DTINFO* rec = restored; rec != nullptr; rec = rec->next, ++k) {
@@ -416,22 +457,32 @@ std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
   if (records == nullptr) return {};
   if (overallType != nullptr) *overallType = GetDTtype(records.get());
 
+  // The reader rules read where each expression stands in the text.
+  std::unique_ptr<ReaderText> reader;
+  if (CurrentRules().reader) reader = std::make_unique<ReaderText>(work.c_str(), w);
   std::vector<Marks> covered;
   std::unique_ptr<DTINFO, ListDeleter> compounded(
-      Compound(records.get(), found, ctx->reference, work.c_str(), &covered));
+      Compound(records.get(), found, ctx->reference, work.c_str(), &covered, reader.get()));
   records.reset();
   found.clear();
   if (trace != nullptr) {
     TraceRecords(compounded.get(), covered, trace->compoundNotes, &trace->compounded);
   }
-  if (RestoreTime(compounded.get(), ctx->reference, ctx.get()) == nullptr) {
+  std::vector<Placement> places;
+  if (reader != nullptr) {
+    places.reserve(covered.size());
+    for (const Marks& m : covered) places.push_back(reader->Place(m));
+  }
+  if (Restore(compounded.get(), ctx->reference, ctx.get(), reader != nullptr ? &places : nullptr) ==
+      nullptr) {
     if (trace != nullptr) trace->results.push_back("the calendar could not form a date: no results");
     return {};
   }
   if (trace != nullptr) {
     TraceRecords(compounded.get(), covered, trace->resolveNotes, &trace->resolved);
   }
-  return BuildResults(compounded.get(), covered, InputMap(replacements.get(), n, w));
+  return BuildResults(compounded.get(), covered, InputMap(replacements.get(), n, w),
+                      reader != nullptr ? &places : nullptr);
 }
 
 RESULT_ETS* ResultList(const std::vector<Found>& found, int32_t n) {

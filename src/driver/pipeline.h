@@ -11,6 +11,7 @@
 #include "driver/engine.h"
 #include "extractor_kr/stages.h"
 #include "interpret/marks.h"
+#include "resolve/reader.h"
 
 namespace eti {
 
@@ -43,9 +44,12 @@ class InputMap {
 // normalised text, in list order): points, spans joined from a start and an
 // end, open starts and ends, durations added to an open start, whole
 // periods; records past 2035 dropped.  Reads and updates the records'
-// duration fields; does not free them.
+// duration fields; does not free them.  With `places` (the reader rules':
+// where each record stands), no span joins across the end of a sentence
+// and none ends before it starts.
 std::vector<Found> BuildResults(DTINFO* restored, const std::vector<Marks>& marks,
-                                const InputMap& map);
+                                const InputMap& map,
+                                const std::vector<Placement>* places = nullptr);
 
 }  // namespace eti
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "calendar/arith.h"
+#include "driver/trace.h"
 #include "extractor_kr/stages.h"
 #include "interpret/dtinfo.h"
 #include "interpret/marks.h"
@@ -135,17 +136,42 @@ void Count(const DTINFO& p, const Marks& pm, DTINFO* b, const DTINFO& ref, int32
 }  // namespace
 
 DTINFO* Compound(DTINFO* list, const std::vector<Marks>& marks, DTINFO* reference,
-                 const char* text, std::vector<Marks>* out) {
+                 const char* text, std::vector<Marks>* out, const ReaderText* reader) {
   out->assign(1, Marks());
   DTINFO* compound = NewCompound();
   if (list == nullptr || reference == nullptr) return compound;
   DTINFO* first = compound;
   DTINFO* base = reference;
+  std::vector<DTINFO*> compounds = {compound};
+  std::vector<bool> derived = {false};  // counted from an earlier expression
   const auto next = [&] {
     DTINFO* c = NewCompound();
     compound->next = c;
     compound = c;
     out->emplace_back();
+    compounds.push_back(c);
+    derived.push_back(false);
+  };
+  Trace* const trace = ActiveTrace();
+  // The reader's base of a count at byte `at`: an earlier compound the text
+  // ties it to, or the reference.  Compounds are placed once they are
+  // closed (the one a count goes into is no base of it).
+  std::vector<Earlier> before;
+  std::vector<size_t> index;
+  size_t placed = 0;
+  const auto readerBase = [&](int32_t at) -> DTINFO* {
+    for (; placed + 1 < compounds.size(); ++placed) {
+      const Placement place = reader->Place((*out)[placed]);
+      if (place.begin < 0) continue;
+      before.push_back({place, compounds[placed]->duration == 2, derived[placed]});
+      index.push_back(placed);
+    }
+    std::string why;
+    const int32_t b = reader->CountBase(at, before, &why);
+    if (trace != nullptr) Trace::Note(&trace->compoundNotes, compounds.size() - 1, why);
+    if (b < 0) return reference;
+    derived.back() = true;
+    return compounds[index[static_cast<size_t>(b)]];
   };
   size_t k = 0;
   for (DTINFO* p = list; p != nullptr; p = p->next, ++k) {
@@ -164,6 +190,16 @@ DTINFO* Compound(DTINFO* list, const std::vector<Marks>& marks, DTINFO* referenc
       if (CheckCollision(compound, p, text) == 1) {
         base = compound;  // later counts start from what was just closed
         if (p->duration != -1) next();
+      }
+      if (reader != nullptr) {
+        int32_t at = -1;
+        for (const MarkRun& m : pm) {
+          if (m.value == 1) {
+            at = m.begin;
+            break;
+          }
+        }
+        base = readerBase(at);
       }
       Count(*p, pm, base, *reference, p->relKind == 2 ? 1 : -1, compound, &out->back());
     }

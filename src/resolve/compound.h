@@ -8,14 +8,17 @@
 
 #include "extractor_kr/stages.h"
 #include "interpret/marks.h"
+#include "resolve/reader.h"
 
 namespace eti {
 
 // CompoundDTInfo over records whose marks are `marks` (one per record, in
 // list order): the new compounds, their compoundMarks left unset, and in
-// `out` what each covers, in list order.
+// `out` what each covers, in list order.  With `reader`, a count counts
+// from the reference unless the text ties it to an earlier expression
+// (ReaderText::CountBase) instead of from whatever came before it.
 DTINFO* Compound(DTINFO* list, const std::vector<Marks>& marks, DTINFO* reference,
-                 const char* text, std::vector<Marks>* out);
+                 const char* text, std::vector<Marks>* out, const ReaderText* reader = nullptr);
 
 }  // namespace eti
 

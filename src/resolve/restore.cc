@@ -9,9 +9,12 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "resolve/restore.h"
+
 #include "calendar/arith.h"
 #include "calendar/calendar.h"
 #include "calendar/rules.h"
+#include "driver/trace.h"
 #include "extractor_kr/stages.h"
 #include "interpret/dtinfo.h"
 
@@ -73,8 +76,10 @@ struct LunarDate {
 
 class Restorer {
  public:
-  Restorer(DTINFO* head, DTINFO* ref, const ETS_CONTEXT* ctx)
-      : first_(head), ref_(ref), ctx_(ctx), dateAnchor_(ref), timeAnchor_(ref) {}
+  Restorer(DTINFO* head, DTINFO* ref, const ETS_CONTEXT* ctx,
+           const std::vector<Placement>* places)
+      : first_(head), ref_(ref), ctx_(ctx), dateAnchor_(ref), timeAnchor_(ref), places_(places),
+        trace_(ActiveTrace()) {}
 
   // False when the calendar could not form a record's date.
   bool Restore(DTINFO* n);
@@ -106,6 +111,32 @@ class Restorer {
   const DTINFO* dateAnchor_;
   const DTINFO* timeAnchor_;
   const DTINFO* previous_ = nullptr;
+
+  // The reader rules' view of the records (NULL under the whole call's):
+  // where each stands, sentence and direction word.
+  const std::vector<Placement>* places_;
+  Trace* const trace_;
+  size_t index_ = 0;  // the number of the record being restored
+  // The record closes the range, or the open start, of the record before
+  // it: it takes its anchors from it.  Under the reader rules only in the
+  // same sentence.
+  bool joined_ = false;
+  // Whether the record before was placed in the past.
+  bool previousPast_ = false;
+  // The reader's topic: the latest record whose day the text stated, with
+  // that day as the text stated it (before its time carried it on), for a
+  // bare time after it.
+  bool hasTopic_ = false;
+  DTINFO topic_{};
+
+  const Placement* Here() const {
+    return places_ != nullptr && index_ < places_->size() ? &(*places_)[index_] : nullptr;
+  }
+  void Say(const std::string& note) {
+    if (trace_ != nullptr) Trace::Note(&trace_->resolveNotes, index_, note);
+  }
+  void AgreeWithWeekday(DTINFO* n, int32_t weekday, bool yearTaken, bool timeStated);
+  void KeepRecentMonth(DTINFO* n, bool timeStated);
 };
 
 void Restorer::Day(DTINFO* n, bool* dayTaken) {
@@ -172,16 +203,27 @@ bool Restorer::Time(DTINFO* n) {
     n->hour = ref_->hour;
     n->minute = n->second < ref_->second ? WAdd(ref_->minute, 1) : ref_->minute;
   }
-  if (n != first_ && !IsSet(n->ampm) && IsSet(first_->ampm)) n->ampm = first_->ampm;
+  if (places_ == nullptr) {
+    if (n != first_ && !IsSet(n->ampm) && IsSet(first_->ampm)) n->ampm = first_->ampm;
+  } else if (joined_ && !IsSet(n->ampm) && IsSet(previous_->ampm) && (h || m || s)) {
+    // The end of a span in the half of the day of its start (오전 7시부터
+    // 10시 반까지); nothing else takes another's half of the day.
+    n->ampm = previous_->ampm;
+  }
   return h || m || s;
 }
 
 // An hour given without a date, against the time anchor.
 void Restorer::RollTime(DTINFO* n) {
   if (n->ampm == 1 && n->hour < 12) n->hour += 12;
+  // The whole call compares the first record, and an end on its start's
+  // day, with the time anchor; the reader compares an end with its start
+  // and anything else that falls on the reference's day with the reference.
   const bool compare =
-      previous_ == nullptr || (SameDate(*n, *previous_) && KeepsAnchors(previous_, *n));
-  const DTINFO& t = *timeAnchor_;
+      places_ == nullptr
+          ? previous_ == nullptr || (SameDate(*n, *previous_) && joined_)
+          : (joined_ ? SameDate(*n, *previous_) : SameDate(*n, *ref_));
+  const DTINFO& t = places_ == nullptr || !joined_ ? *timeAnchor_ : *previous_;
   if (!compare || !IsSet(t.hour) || !IsSet(n->hour)) return;
   const bool knownHalf = IsSet(n->ampm);
   if (n->hour < t.hour) {
@@ -257,7 +299,7 @@ void Restorer::RollForward(DTINFO* n, Fill fill, bool dayTaken, LunarDate* lunar
 void Restorer::AfternoonDefault(DTINFO* n, bool timeStated) {
   if (IsSet(n->ampm) || !timeStated || n->hour < 0 || n->hour > 11 || n->relKind == 5) return;
   if (ctx_ == nullptr || ctx_->defaultAmPm[n->hour] != 2) return;
-  if (KeepsAnchors(previous_, *n) && previous_->hasTime == 1) {
+  if (joined_ && previous_->hasTime == 1) {
     // The end of a range stays in the start's half of the day unless it
     // falls on a day of its own.
     if (!SameDate(*n, *previous_) && n->hasDate == 1 && n->hour != 0) n->hour += 12;
@@ -366,18 +408,54 @@ void Restorer::PlaceInPast(DTINFO* n, Open open, bool timeStated, bool weekOfMon
 bool Restorer::Restore(DTINFO* n) {
   n->hasDate = n->hasTime = n->hasAmPm = 0;
   const ReadingRules& rules = CurrentRules();
+  const Placement* here = Here();
+  const Placement* before = here != nullptr && index_ > 0 ? &(*places_)[index_ - 1] : nullptr;
+  struct Next {
+    size_t* index;
+    ~Next() { ++*index; }
+  } next{&index_};
   if (IsSet(n->year) && n->year > rules.maxYear) return true;
   if (n->duration == 0) return true;  // a length of time is no moment
 
   // The end of a range, or what follows an open start, is placed after
-  // that start.
-  const bool closesRange = KeepsAnchors(previous_, *n);
-  const bool endFollowsStart = rules.past && closesRange;
+  // that start; the reader rules join the two only inside one sentence.
+  joined_ = KeepsAnchors(previous_, *n) &&
+            (here == nullptr || before == nullptr || before->sentence == here->sentence);
+  if (here != nullptr && KeepsAnchors(previous_, *n) && !joined_) {
+    Say("closes no span: a sentence ends before it");
+  }
+  // Placed in the past: by the rules, or by 지난 before it.
+  const bool past = here == nullptr ? rules.past
+                                    : here->direction == Direction::kPast ||
+                                          (rules.past && here->direction != Direction::kFuture);
+  const bool closesRange = joined_;
+  const bool endFollowsStart = closesRange && (rules.past || previousPast_);
   now_ = endFollowsStart ? previous_ : ref_;
-  anchor_ = endFollowsStart ? previous_ : dateAnchor_;
+  // The date anchor.  The whole call's moves to each record once it is
+  // resolved.  The reader's is the reference: a record takes nothing from
+  // one before it, but for the end of a span (its start) and a bare time
+  // (the day of the latest record that stated one).
+  const bool timeOnly = !IsSet(n->year) && !IsSet(n->month) && !IsSet(n->day) &&
+                        !IsSet(n->week) && !IsSet(n->weekday) &&
+                        (IsSet(n->hour) || IsSet(n->minute) || IsSet(n->second));
+  if (endFollowsStart) {
+    anchor_ = previous_;
+  } else if (here == nullptr) {
+    anchor_ = dateAnchor_;
+  } else if (joined_) {
+    anchor_ = previous_;
+    Say("takes its date from the start of its span");
+  } else if (timeOnly && hasTopic_) {
+    anchor_ = &topic_;
+    Say("a bare time: takes the day of the latest expression that stated one");
+  } else {
+    anchor_ = ref_;
+  }
   const DTINFO& a = *anchor_;
   const bool weekdayOnly = !IsSet(n->day) && IsSet(n->weekday) && !IsSet(n->week);
   const bool weekOfMonth = !IsSet(n->day) && IsSet(n->weekday) && IsSet(n->week);
+  // A weekday written with a day (12월 18일 금요일, 12/18(금)).
+  const int32_t statedWeekday = IsSet(n->day) && IsSet(n->weekday) ? n->weekday % 7 : kUnset;
   // The hours the text allows, for the past rules: as said, or in either
   // half of the day when it did not say which (nor the settings).
   int32_t hours[2] = {n->hour, -1};
@@ -400,7 +478,7 @@ bool Restorer::Restore(DTINFO* n) {
   } else {
     if (n->year <= 99 && ctx_ != nullptr) {
       n->year = !rules.reader ? WAdd(n->year, ctx_->defaultCentury)
-                                     : ExpandYear(n->year, ref_->year, rules);
+                              : ExpandYear(n->year, ref_->year, rules);
     }
     if (!IsSet(n->month)) n->month = a.month;
   }
@@ -419,11 +497,25 @@ bool Restorer::Restore(DTINFO* n) {
   RollForward(n, fill, dayTaken, &lunar);
   AfternoonDefault(n, timeStated);
   SameDayAsReference(n, onlyTime);
+  // The day as the text stated it, before its time carries it on (오늘밤
+  // 12시 is today's midnight).
+  const DTINFO stated = *n;
 
   if (n->year > rules.maxYear) return true;  // left for the pipeline to drop
   if (!Normalise(n, timeStated)) return false;
 
-  if (rules.past && !closesRange && AfterReference(*n, timeStated)) {
+  if (here != nullptr && !closesRange && !past) {
+    if (IsSet(statedWeekday) && !lunar.active && fill != Fill::kNeither) {
+      AgreeWithWeekday(n, statedWeekday, fill == Fill::kYear, timeStated);
+    }
+    if (fill == Fill::kYear && n->spanKind == 1 && n->spanMonth == 1 && !IsSet(n->week) &&
+        !IsSet(n->weekday)) {
+      KeepRecentMonth(n, timeStated);
+    }
+  }
+
+  if (past && !closesRange && AfterReference(*n, timeStated)) {
+    if (here != nullptr && here->direction == Direction::kPast) Say("지난: placed in the past");
     Open open = Open::kNone;
     if (onlyTime) {
       open = Open::kTime;
@@ -447,16 +539,96 @@ bool Restorer::Restore(DTINFO* n) {
 
   // Anchors stay for the end of a range, after an open start, and for a
   // whole period that lies before the reference date.
-  const bool stay = KeepsAnchors(previous_, *n) || (n->spanKind == 1 && DateBefore(*n, *ref_));
+  const bool stay = joined_ || (n->spanKind == 1 && DateBefore(*n, *ref_));
   previous_ = n;
+  previousPast_ = past;
   if (!stay) dateAnchor_ = timeAnchor_ = n;
+  if (here != nullptr && n->hasDate == 1 && n->spanKind != 1) {
+    hasTopic_ = true;
+    topic_ = stated;
+  }
   return true;
+}
+
+// A weekday written with a day picks, among the neighbouring years (a
+// month and day) or months (a day alone), the one where the two agree,
+// nearest the reference; when none does, the one nearest the reference.
+void Restorer::AgreeWithWeekday(DTINFO* n, int32_t weekday, bool yearTaken, bool timeStated) {
+  if (n->weekday % 7 == weekday) return;
+  const auto daysFrom = [weekday](int32_t y, int32_t m, int32_t d) {
+    ETI_TM tm{};
+    tm.tm_year = y - 1900;
+    tm.tm_mon = m - 1;
+    tm.tm_mday = d;
+    tm.tm_hour = 12;
+    const int64_t s = date2Sec(&tm);
+    return std::make_pair(s / 86400, tm.tm_wday == static_cast<int>(weekday) && tm.tm_mday == d);
+  };
+  const int64_t today = daysFrom(ref_->year, ref_->month, ref_->day).first;
+  int32_t best[2] = {n->year, n->month};
+  int64_t bestDistance = -1;
+  bool bestAgrees = false;
+  for (int32_t step = -1; step <= 1; ++step) {
+    int32_t y = n->year, m = n->month;
+    if (yearTaken) {
+      y += step;
+    } else {
+      m += step;
+      if (m < 1) {
+        m = 12;
+        --y;
+      } else if (m > 12) {
+        m = 1;
+        ++y;
+      }
+    }
+    if (y < CurrentRules().minYear || y > CurrentRules().maxYear) continue;
+    const auto [days, agrees] = daysFrom(y, m, n->day);
+    const int64_t distance = days > today ? days - today : today - days;
+    if (bestDistance < 0 || (agrees && !bestAgrees) ||
+        (agrees == bestAgrees && distance < bestDistance)) {
+      best[0] = y;
+      best[1] = m;
+      bestDistance = distance;
+      bestAgrees = agrees;
+    }
+  }
+  if (best[0] == n->year && best[1] == n->month) return;
+  Say(bestAgrees ? "its weekday chose the year or month where the two agree"
+                 : "its weekday agrees with no year near: the one nearest the reference");
+  n->year = best[0];
+  n->month = best[1];
+  if (!Normalise(n, timeStated)) return;
+}
+
+// A bare month that ended last month is last month (11월 통계, read in
+// December), not the one eleven months on.
+void Restorer::KeepRecentMonth(DTINFO* n, bool timeStated) {
+  const int32_t back = (ref_->year - n->year) * 12 + (ref_->month - n->month);
+  if (back != -11) return;  // placed a year on, one month back
+  Say("a bare month that ended last month: that one");
+  n->year = WSub(n->year, 1);
+  Normalise(n, timeStated);
 }
 
 }  // namespace
 }  // namespace eti
 
 using eti::IsSet;
+
+namespace eti {
+
+DTINFO* Restore(DTINFO* list, DTINFO* reference, ETS_CONTEXT* context,
+                const std::vector<Placement>* places) {
+  if (list == nullptr || reference == nullptr) return nullptr;
+  Restorer restorer(list, reference, context, places);
+  for (DTINFO* n = list; n != nullptr; n = n->next) {
+    if (!restorer.Restore(n)) return nullptr;
+  }
+  return list;
+}
+
+}  // namespace eti
 
 extern "C" {
 
@@ -494,12 +666,7 @@ DTINFO* ModifyDTInfo(DTINFO* r, int32_t mode, const ETS_CONTEXT* ctx) {
 }
 
 DTINFO* RestoreTime(DTINFO* list, DTINFO* reference, ETS_CONTEXT* context) {
-  if (list == nullptr || reference == nullptr) return nullptr;
-  eti::Restorer restorer(list, reference, context);
-  for (DTINFO* n = list; n != nullptr; n = n->next) {
-    if (!restorer.Restore(n)) return nullptr;
-  }
-  return list;
+  return eti::Restore(list, reference, context, nullptr);
 }
 
 }  // extern "C"

@@ -78,12 +78,13 @@ ToolRun RunTool(const std::vector<std::string>& args, const std::string& input,
   return r;
 }
 
-// The answer's results and content against the library's own answer.
+// The answer's results and content against the library's own answer under the
+// tool's default rules.
 void ExpectLibraryAnswer(const nlohmann::json& answer, const std::string& text) {
   std::unique_ptr<session::Extractor> ex;
   ASSERT_TRUE(session::Extractor::OpenDefault(&ex).ok());
   session::Results want;
-  ASSERT_TRUE(ex->Extract(text, kRef, &want).ok());
+  ASSERT_TRUE(ex->Extract(text, kRef, session::DefaultOptions(), &want).ok());
   ASSERT_EQ(answer.at("results").size(), want.items.size());
   EXPECT_GT(want.items.size(), 1000u);
   for (size_t k = 0; k < want.items.size(); ++k) {

@@ -156,7 +156,7 @@ json LibraryAnswer(const Sentence& s) {
     return e;
   }();
   session::Results r;
-  EXPECT_TRUE(ex->Extract(s.text, s.ref, session::WholeCallOptions(), &r).ok()) << s.text;
+  EXPECT_TRUE(ex->Extract(s.text, s.ref, session::DefaultOptions(), &r).ok()) << s.text;
   json answer = json::array();
   for (size_t i = 0; i < r.items.size(); ++i) {
     answer.push_back(Expected(s.text, r.items[i], r.items[i].lunar != 0));

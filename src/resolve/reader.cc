@@ -1,0 +1,295 @@
+#include "resolve/reader.h"
+
+#include <algorithm>
+#include <initializer_list>
+
+#include "session/cp949.h"
+
+namespace eti {
+namespace {
+
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsLead(char c) { return static_cast<unsigned char>(c) >= 0x80; }
+
+// Words in the engine's encoding, made once from their UTF-8 spelling.
+std::vector<std::string> Words(std::initializer_list<const char*> utf8) {
+  std::vector<std::string> out;
+  for (const char* w : utf8) out.push_back(Cp949(w));
+  return out;
+}
+
+bool AnyEquals(std::string_view w, const std::vector<std::string>& words) {
+  return std::any_of(words.begin(), words.end(), [&](const std::string& x) { return w == x; });
+}
+
+bool EndsWith(std::string_view w, std::string_view end) {
+  return w.size() >= end.size() && w.substr(w.size() - end.size()) == end;
+}
+
+// The last character of a word (two bytes for a syllable).
+std::string_view LastChar(std::string_view w) {
+  if (w.empty()) return w;
+  if (w.size() >= 2 && IsLead(w[w.size() - 2])) return w.substr(w.size() - 2);
+  return w.substr(w.size() - 1);
+}
+
+// Words that send a date the way they say.
+const std::vector<std::string>& PastWords() {
+  static const std::vector<std::string> w = Words({"지난"});
+  return w;
+}
+const std::vector<std::string>& FutureWords() {
+  static const std::vector<std::string> w = Words({"오는", "다가오는", "돌아오는"});
+  return w;
+}
+// Words that may stand between a date and a count that leans on it
+// (설 바로 다음다음날).
+const std::vector<std::string>& ThroughWords() {
+  static const std::vector<std::string> w = Words({"바로", "딱", "꼭", "약", "그"});
+  return w;
+}
+// Words that point back to the expression before (그 전날, 그다음 날).
+const std::vector<std::string>& BackWords() {
+  static const std::vector<std::string> w = Words({"그", "그다음", "그담", "그전", "그날"});
+  return w;
+}
+// Words that join sentences and tie nothing (그리고 한 달 전에 보낸).
+const std::vector<std::string>& LinkWords() {
+  static const std::vector<std::string> w =
+      Words({"그리고", "글고", "그럼", "그래서", "근데", "그런데", "그러면", "하지만", "또",
+             "또한", "및", "아", "아니", "혹시", "이미", "벌써", "아직", "그냥", "걍", "이제",
+             "지금", "현재", "오늘", "방금", "최소", "적어도", "대략", "최대", "무려"});
+  return w;
+}
+// Endings of a word that is no noun of an event (a particle or a verb
+// ending as its last syllable).
+const std::vector<std::string>& NonNounEnds() {
+  static const std::vector<std::string> w =
+      Words({"은", "는", "이", "가", "을", "를", "에", "의", "도", "와", "과", "고", "서", "며",
+             "면", "다", "요", "게", "지", "니", "데", "나", "만", "야", "죠", "네", "까", "라",
+             "자", "래", "해", "했", "된", "한", "할", "던", "든", "겠", "음", "함", "됨", "께",
+             "랑", "로", "란", "선", "걸", "건", "데", "된", "될", "은", "운", "던", "신", "쯤"});
+  return w;
+}
+// What a noun of an event may end in before the count: "from" (수령일로부터
+// 7일 이내) and the day of (출고일 전날: 출고).
+const std::vector<std::string>& FromEnds() {
+  static const std::vector<std::string> w =
+      Words({"으로부터", "로부터", "에서부터", "부터", "기준으로", "기준"});
+  return w;
+}
+const std::vector<std::string>& DayEnds() {
+  static const std::vector<std::string> w = Words({"일", "날"});
+  return w;
+}
+// After or before the event: 만기 후 한 달 이내, 종료 후 이틀 이내.
+const std::vector<std::string>& AroundWords() {
+  static const std::vector<std::string> w = Words({"후", "전", "뒤", "이후", "이전"});
+  return w;
+}
+
+// Whether a word reads as the noun of an event: Hangul syllables only, no
+// particle or verb ending at its end, no word that only links sentences.
+bool EventNoun(std::string_view w) {
+  if (w.empty()) return false;
+  for (size_t i = 0; i < w.size(); i += 2) {
+    if (!IsLead(w[i]) || i + 1 >= w.size()) return false;
+  }
+  if (AnyEquals(w, LinkWords()) || AnyEquals(w, BackWords())) return false;
+  return !AnyEquals(LastChar(w), NonNounEnds());
+}
+
+}  // namespace
+
+ReaderText::ReaderText(const char* text, int32_t length)
+    : text_(text != nullptr ? std::string_view(text, static_cast<size_t>(std::max(length, 0)))
+                            : std::string_view()) {
+  sentenceStarts_.push_back(0);
+  const int32_t n = static_cast<int32_t>(text_.size());
+  for (int32_t i = 0; i < n; ++i) {
+    const char c = text_[static_cast<size_t>(i)];
+    if (IsLead(c)) {
+      ++i;  // the trail byte of a two-byte character is no punctuation
+      continue;
+    }
+    bool end = c == '!' || c == '?' || c == '\n';
+    if (c == '.') {
+      const bool between = i > 0 && i + 1 < n && IsDigit(text_[static_cast<size_t>(i - 1)]) &&
+                           IsDigit(text_[static_cast<size_t>(i + 1)]);
+      end = !between;
+    }
+    if (end && sentenceStarts_.back() != i + 1) sentenceStarts_.push_back(i + 1);
+  }
+}
+
+int32_t ReaderText::SentenceOf(int32_t at) const {
+  return static_cast<int32_t>(
+      std::upper_bound(sentenceStarts_.begin(), sentenceStarts_.end(), at) -
+      sentenceStarts_.begin() - 1);
+}
+
+bool ReaderText::Blank(int32_t from, int32_t to) const {
+  for (int32_t i = std::max(from, 0); i < to && i < static_cast<int32_t>(text_.size()); ++i) {
+    if (!IsBlank(text_[static_cast<size_t>(i)])) return false;
+  }
+  return true;
+}
+
+std::string_view ReaderText::WordBefore(int32_t at, int32_t* wordBegin) const {
+  int32_t end = std::min(at, static_cast<int32_t>(text_.size()));
+  while (end > 0 && IsBlank(text_[static_cast<size_t>(end - 1)])) --end;
+  int32_t begin = end;
+  while (begin > 0 && !IsBlank(text_[static_cast<size_t>(begin - 1)])) --begin;
+  // Step over a character that opens the word but is the trail byte of the
+  // one before (a word is cut at blanks, which are single bytes, so only a
+  // lead byte can begin one).
+  *wordBegin = begin;
+  std::string_view w = text_.substr(static_cast<size_t>(begin), static_cast<size_t>(end - begin));
+  // Punctuation before the word belongs to no word.
+  while (!w.empty() && !IsLead(w.front()) && !IsDigit(w.front()) &&
+         !(w.front() >= 'A' && w.front() <= 'z')) {
+    w.remove_prefix(1);
+    ++*wordBegin;
+  }
+  // A sentence that ends right before: nothing stands before the word.
+  if (!w.empty() && (w.back() == '.' || w.back() == '!' || w.back() == '?')) return {};
+  return w;
+}
+
+Placement ReaderText::Place(const Marks& covered) const {
+  int32_t begin = -1, end = -1;
+  for (const MarkRun& m : covered) {
+    if (m.value != 1) continue;
+    begin = begin < 0 ? m.begin : std::min(begin, m.begin);
+    end = std::max(end, m.end);
+  }
+  return Place(begin, end);
+}
+
+Placement ReaderText::Place(int32_t begin, int32_t end) const {
+  Placement p;
+  p.begin = begin;
+  p.end = end;
+  if (begin < 0) return p;
+  p.sentence = SentenceOf(begin);
+  int32_t wordBegin = 0;
+  const std::string_view w = WordBefore(begin, &wordBegin);
+  if (SentenceOf(wordBegin) == p.sentence) {
+    if (AnyEquals(w, PastWords()) || EndsWith(w, PastWords()[0])) {
+      // 지난 alone, or glued to the expression by normalisation; not the
+      // end of a longer word (보지난).
+      if (w.size() == PastWords()[0].size()) p.direction = Direction::kPast;
+    } else if (AnyEquals(w, FutureWords())) {
+      p.direction = Direction::kFuture;
+    }
+  }
+  return p;
+}
+
+int32_t ReaderText::CountBase(int32_t at, const std::vector<Earlier>& before,
+                              std::string* why) const {
+  if (before.empty()) {
+    *why = "counts from the reference: nothing comes before it";
+    return -1;
+  }
+  const int32_t sentence = SentenceOf(at);
+  // Only the latest expressions are looked at, so that a long text costs in
+  // proportion to its length.
+  constexpr int32_t kLookBack = 32;
+  const int32_t oldest = std::max(0, static_cast<int32_t>(before.size()) - kLookBack);
+  // The latest expression before that ends no span (what a text talks
+  // about: an event, not a deadline), else the latest of all.
+  const auto latestEvent = [&]() {
+    for (int32_t k = static_cast<int32_t>(before.size()) - 1; k >= oldest; --k) {
+      const Earlier& e = before[static_cast<size_t>(k)];
+      if (!e.endOnly && !e.derived) return k;
+    }
+    return static_cast<int32_t>(before.size()) - 1;
+  };
+
+  int32_t wordBegin = 0;
+  std::string_view w = WordBefore(at, &wordBegin);
+  // Joined to the expression right before: only blanks, or a word such as
+  // 바로, between the two.
+  const Placement& last = before.back().place;
+  if (last.end >= 0 && last.sentence == sentence) {
+    int32_t gapEnd = at;
+    if (!w.empty() && AnyEquals(w, ThroughWords()) && wordBegin >= last.end) gapEnd = wordBegin;
+    if (Blank(last.end, gapEnd)) {
+      *why = "counts from the expression it follows";
+      return static_cast<int32_t>(before.size()) - 1;
+    }
+  }
+  if (w.empty() || SentenceOf(wordBegin) != sentence) {
+    *why = "counts from the reference: it opens its sentence";
+    return -1;
+  }
+  if (AnyEquals(w, BackWords())) {
+    *why = "counts from the expression it points back to";
+    return latestEvent();
+  }
+  // After or before an event: the event is the word before that.
+  if (AnyEquals(w, AroundWords())) {
+    int32_t b = 0;
+    w = WordBefore(wordBegin, &b);
+    wordBegin = b;
+    if (w.empty() || SentenceOf(wordBegin) != sentence) {
+      *why = "counts from the reference";
+      return -1;
+    }
+  }
+  for (const std::string& from : FromEnds()) {
+    if (EndsWith(w, from) && w.size() > from.size()) {
+      w.remove_suffix(from.size());
+      break;
+    }
+  }
+  if (!EventNoun(w)) {
+    *why = "counts from the reference: no event is named before it";
+    return -1;
+  }
+  // The event's name, without the day it is the day of (출고일: 출고).
+  std::string_view stem = w;
+  if (stem.size() >= 6 && AnyEquals(LastChar(stem), DayEnds())) stem.remove_suffix(2);
+  // Its latest earlier mention with an expression in its sentence, the
+  // expression that stands right after the name first (체크인 12/24), then
+  // the nearest; a mention followed by a count that leans on it (방문 하루
+  // 전) names no date of its own.
+  const Placement& first = before[static_cast<size_t>(oldest)].place;
+  const int32_t scanFrom =
+      first.begin >= 0 ? sentenceStarts_[static_cast<size_t>(std::max(first.sentence, 0))] : 0;
+  if (stem.size() >= 4) {
+    for (int32_t i = wordBegin - static_cast<int32_t>(stem.size()); i >= scanFrom; --i) {
+      if (text_.compare(static_cast<size_t>(i), stem.size(), stem) != 0) continue;
+      if (i > 0 && !IsBlank(text_[static_cast<size_t>(i - 1)]) &&
+          !(text_[static_cast<size_t>(i - 1)] == '(' || text_[static_cast<size_t>(i - 1)] == '[' ||
+            text_[static_cast<size_t>(i - 1)] == ',' || text_[static_cast<size_t>(i - 1)] == '.')) {
+        continue;  // inside a longer word (조직검사)
+      }
+      // Inside a two-byte character: a match must start on a character.
+      bool aligned = true;
+      for (int32_t j = i - 1; j >= 0 && IsLead(text_[static_cast<size_t>(j)]); --j) aligned = !aligned;
+      if (!aligned) continue;
+      const int32_t s = SentenceOf(i);
+      int32_t best = -1;
+      int32_t bestDistance = 0;
+      for (int32_t k = oldest; k < static_cast<int32_t>(before.size()); ++k) {
+        const Placement& p = before[static_cast<size_t>(k)].place;
+        if (p.sentence != s || p.begin < 0 || before[static_cast<size_t>(k)].derived) continue;
+        const int32_t distance = p.begin >= i ? p.begin - i : i - p.end;
+        if (best < 0 || distance < bestDistance) {
+          best = k;
+          bestDistance = distance;
+        }
+      }
+      if (best < 0) continue;
+      *why = "counts from the expression of its event, named before";
+      return best;
+    }
+  }
+  *why = "counts from the latest expression before it: it names an event";
+  return latestEvent();
+}
+
+}  // namespace eti
