@@ -8,7 +8,12 @@
 [('내일 오후 3시', datetime.datetime(2024, 5, 16, 15, 0))]
 """
 
-from ._extractor import DictionaryError, Extractor
+from . import _native
+from ._extractor import (PREFERENCES, RULES, DictionaryError, Extractor, reference_years,
+                         rules_years)
 from ._types import Extraction, PartialDateTime, TimeExpression
 
-__all__ = ["DictionaryError", "Extraction", "Extractor", "PartialDateTime", "TimeExpression"]
+__version__ = _native.VERSION
+
+__all__ = ["DictionaryError", "Extraction", "Extractor", "PREFERENCES", "PartialDateTime",
+           "RULES", "TimeExpression", "reference_years", "rules_years"]

@@ -17,11 +17,11 @@ DictionaryError.__doc__ = (
 
 _KOREA = _dt.timezone(_dt.timedelta(hours=9))
 
-# The years any window lies inside.
-FIRST_YEAR, LAST_YEAR = 1900, 2099
-
-# Statuses of the native side.
-_OK, _REFERENCE, _TEXT, _MEMORY = 0, 3, 4, 6
+# The library's names of its rule sets and preferences; a value is its index.
+RULES = _native.RULES
+PREFERENCES = _native.PREFERENCES
+_DEFAULT_RULES = RULES[_native.DEFAULT_RULES]
+_DEFAULT_PREFER = PREFERENCES[_native.DEFAULT_PREFER]
 
 
 def _reference(reference: _dt.datetime) -> str:
@@ -33,17 +33,23 @@ def _reference(reference: _dt.datetime) -> str:
             f"{reference.hour:02d}{reference.minute:02d}")
 
 
-def _prefer(prefer: str) -> int:
-    if not isinstance(prefer, str):
-        raise TypeError(f"prefer must be a str, not {type(prefer).__name__}")
-    if prefer not in ("future", "past"):
-        raise ValueError(f"prefer must be 'future' or 'past', not {prefer!r}")
-    return 1 if prefer == "past" else 0
+def _named(keyword: str, value: str, names: Tuple[str, ...]) -> int:
+    if not isinstance(value, str):
+        raise TypeError(f"{keyword} must be a str, not {type(value).__name__}")
+    try:
+        return names.index(value)
+    except ValueError:
+        raise ValueError(f"{keyword} {value!r} is not "
+                         + " or ".join(repr(n) for n in names)) from None
+
+
+def _rules(rules: str) -> int:
+    return _named("rules", rules, RULES)
 
 
 def _years(years: Optional[Tuple[int, int]]) -> Tuple[int, int]:
     if years is None:
-        return _native.WHOLE_CALL_YEARS
+        return 0, 0  # the rules' own
     try:
         first, last = years
     except (TypeError, ValueError):
@@ -51,10 +57,29 @@ def _years(years: Optional[Tuple[int, int]]) -> Tuple[int, int]:
     for y in (first, last):
         if isinstance(y, bool) or not isinstance(y, int):
             raise TypeError(f"years must be two ints, not {years!r}")
-    if not FIRST_YEAR <= first <= last <= LAST_YEAR:
-        raise ValueError(f"years {first}..{last} are not a window inside "
-                         f"{FIRST_YEAR}..{LAST_YEAR}")
     return first, last
+
+
+def _check_options(rules: str, prefer: str, years: Optional[Tuple[int, int]]) -> None:
+    """TypeError or ValueError for options extract would refuse, in the
+    library's words when they do not go together."""
+    r = _rules(rules)
+    p = _named("prefer", prefer, PREFERENCES)
+    first, last = _years(years)
+    problem = _native.options_problem(r, p, first, last)
+    if problem is not None:
+        raise ValueError(problem)
+
+
+def rules_years(rules: str = _DEFAULT_RULES) -> Tuple[int, int]:
+    """The years a rule set reads written years in and keeps results of:
+    the widest window ``years=`` may give under it."""
+    return _native.RULES_YEARS[_rules(rules)]
+
+
+def reference_years(rules: str = _DEFAULT_RULES) -> Tuple[int, int]:
+    """The years a reference may lie in under a rule set and its own years."""
+    return _native.REFERENCE_YEARS[_rules(rules)]
 
 
 def _utf8(text: str) -> bytes:
@@ -96,47 +121,50 @@ class Extractor:
         except DictionaryError as e:
             raise DictionaryError(f"{os.fsdecode(dictionaries)}: {e}") from None
 
-    def extract(self, text: str, reference: _dt.datetime, *, prefer: str = "future",
+    def extract(self, text: str, reference: _dt.datetime, *, rules: str = _DEFAULT_RULES,
+                prefer: str = _DEFAULT_PREFER,
                 years: Optional[Tuple[int, int]] = None) -> Extraction:
         """The expressions of ``text``, resolved against ``reference``.
 
         ``reference`` is a datetime in Korea (an aware one is converted to
         Korean time; seconds are not read).
 
-        ``prefer="future"`` places a date or time the text leaves open (the
-        19th, Friday, 9 o'clock) on the nearest moment not before the
-        reference, as a message about plans means; ``prefer="past"`` on the
-        latest moment not after it, as a report or an archive means. Words
-        that say their direction (tomorrow, last Friday) keep it either way.
+        ``rules`` is a name of ``extractor_kr.RULES``. The default,
+        ``"reader"``, reads each expression on its own terms, as a person
+        reading a notice, a mail or a news item with several dates would;
+        ``"whole-call"`` gives the answers of the native method exactly, made
+        for one short message about one event (the future preferred, its own
+        years only).
 
-        ``years=(first, last)``, any window inside 1900..2099, reads every
-        written year inside it (two-digit years in the century nearest the
-        reference), drops results outside it and accepts references inside
-        it. Left out, the years are the engine's first rules: written years
-        2000..2030, results up to 2035, references in 1970..2043.
+        ``prefer`` is a name of ``extractor_kr.PREFERENCES``: ``"future"``
+        places a date or time the text leaves open (the 19th, Friday, 9
+        o'clock) on the nearest moment not before the reference, as a
+        message about plans means; ``"past"`` on the latest moment not after
+        it, as a report or an archive means. Words that say their direction
+        (tomorrow, last Friday) keep it either way.
 
-        Raises TypeError for arguments of the wrong type and ValueError for
-        an unknown ``prefer``, a window outside 1900..2099 or upside down, a
-        reference outside the years, a text holding a NUL character, or a
-        closed extractor.
+        ``years=(first, last)``, a window inside the rules' own years
+        (``rules_years(rules)``), reads every written year inside it
+        (two-digit years in the century nearest the reference), drops
+        results outside it and accepts references inside it. Left out, the
+        years are the rules' own, and references may lie in
+        ``reference_years(rules)``.
+
+        Raises TypeError for arguments of the wrong type, and ValueError for
+        an unknown name, options that do not go together, a reference
+        outside the years, a text holding a NUL character (in the library's
+        words) or a closed extractor.
         """
         if not isinstance(text, str):
             raise TypeError(f"text must be a str, not {type(text).__name__}")
         ref = _reference(reference)
-        past = _prefer(prefer)
+        r = _rules(rules)
+        p = _named("prefer", prefer, PREFERENCES)
         first, last = _years(years)
-        if self._native is None:
+        native = self._native
+        if native is None:
             raise ValueError("extract on a closed Extractor")
-        status, detail, content, expressions = self._native.extract(
-            _utf8(text), ref, past, first, last)
-        if status == _REFERENCE:
-            raise ValueError(f"reference {reference} is outside the years it may lie in: {detail}")
-        if status == _TEXT:
-            raise ValueError(f"text cannot be read: {detail}")
-        if status == _MEMORY:
-            raise MemoryError(detail)
-        if status != _OK:
-            raise ValueError(detail)
+        content, expressions = native.extract(_utf8(text), ref, r, p, first, last)
         return Extraction([_expression(text, e) for e in expressions], content)
 
     def close(self) -> None:

@@ -34,21 +34,15 @@ class PartialDateTime:
         """The date, when year, month and day are known."""
         if None in (self.year, self.month, self.day):
             return None
-        try:
-            return _dt.date(self.year, self.month, self.day)
-        except ValueError:  # a moment the calendar could not place
-            return None
+        return _dt.date(self.year, self.month, self.day)
 
     @property
     def datetime(self) -> Optional[_dt.datetime]:
         """The date and time, when year to minute are known (an open second counts as 0)."""
         if None in (self.year, self.month, self.day, self.hour, self.minute):
             return None
-        try:
-            return _dt.datetime(self.year, self.month, self.day, self.hour, self.minute,
-                                self.second or 0)
-        except ValueError:
-            return None
+        return _dt.datetime(self.year, self.month, self.day, self.hour, self.minute,
+                            self.second or 0)
 
     def __reduce__(self):
         # Pickled as its fields: smaller and quicker to load than a dict.
@@ -77,9 +71,13 @@ class TimeExpression:
 
     ``begin_index`` and ``end_index`` are code point indexes into the str
     given, so ``text[begin_index:end_index]`` is the expression (``text``).
-    ``cycle`` is "P1D", "P7D", "P1M", "P1Y" or None. ``has_date``,
-    ``has_time`` and ``has_ampm`` tell whether the text gave a date, a time of
-    day and a morning or afternoon for the start or the end.
+    ``cycle`` is "P1D", "P7D", "P1M", "P1Y" or None, and ``cycle_interval``
+    every how many cycles it comes back: 1, or 2 for every other week (격주);
+    0 when it does not repeat. ``has_date``, ``has_time`` and ``has_ampm``
+    tell whether the text gave a date, a time of day and a morning or
+    afternoon for the start or the end; ``lunar`` whether it gave the date
+    on the lunar calendar ("음력 8월 15일", "추석"). The moments are solar
+    dates either way.
     """
 
     is_span: bool
@@ -92,18 +90,23 @@ class TimeExpression:
     has_date: bool
     has_time: bool
     has_ampm: bool
+    lunar: bool = False
+    cycle_interval: int = 0
 
     def __reduce__(self):
         return (TimeExpression, (self.is_span, self.start, self.end, self.cycle,
                                  self.begin_index, self.end_index, self.text, self.has_date,
-                                 self.has_time, self.has_ampm))
+                                 self.has_time, self.has_ampm, self.lunar, self.cycle_interval))
 
     def __str__(self) -> str:
         s = f"{self.text} [{self.begin_index},{self.end_index}) {self.start}"
         if self.is_span:
             s += f" ~ {self.end}"
         if self.cycle:
-            s += f" every {self.cycle}"
+            s += f" every {self.cycle}" if self.cycle_interval == 1 else \
+                f" every {self.cycle_interval} x {self.cycle}"
+        if self.lunar:
+            s += " (lunar)"
         return s
 
 
@@ -128,7 +131,7 @@ def _moment(m) -> PartialDateTime:
 
 
 def _expression(text: str, e) -> TimeExpression:
-    is_span, cycle, start, end, begin, stop = e
+    is_span, lunar, cycle, interval, start, end, begin, stop = e
     s = _moment(start)
     return TimeExpression(
         is_span=is_span,
@@ -141,4 +144,6 @@ def _expression(text: str, e) -> TimeExpression:
         has_date=start[6] or end[6],
         has_time=start[7] or end[7],
         has_ampm=start[8] or end[8],
+        lunar=lunar,
+        cycle_interval=interval,
     )

@@ -12,7 +12,7 @@ distributed = pytest.importorskip("distributed")
 import dask.bag as db  # noqa: E402
 
 import extractor_kr.dask as ekd  # noqa: E402
-from extractor_kr import Extractor  # noqa: E402
+from extractor_kr import Extractor, rules_years  # noqa: E402
 
 
 @pytest.fixture(scope="module")
@@ -45,21 +45,43 @@ def test_a_dataframe_column(client):
         assert got == [ex.extract(t, REF) for t in texts]
 
 
-def test_reading_options_reach_the_workers(client):
+@pytest.mark.parametrize("options", [
+    dict(prefer="past", years=(1900, 2099)),
+    dict(rules="whole-call"),
+])
+def test_reading_options_reach_the_workers(client, options):
     friday = datetime.datetime(2024, 5, 24, 10, 30)
-    texts = ["19일 개봉", "1997년 10월 외환위기", "금요일 발표", "날씨 맑음"] * 5
-    archive = dict(prefer="past", years=(1900, 2099))
+    texts = ["19일 개봉", "1997년 10월 외환위기", "금요일 발표", "날씨 맑음", "음력 8월 15일"] * 5
     with Extractor() as ex:
-        expected = [ex.extract(t, friday, **archive) for t in texts]
+        expected = [ex.extract(t, friday, **options) for t in texts]
         assert expected != [ex.extract(t, friday) for t in texts]
     bag = db.from_sequence(texts, npartitions=4)
-    assert ekd.extract(bag, friday, **archive).compute() == expected
+    assert ekd.extract(bag, friday, **options).compute() == expected
     pd = pytest.importorskip("pandas")
     dd = pytest.importorskip("dask.dataframe")
     frame = dd.from_pandas(pd.DataFrame({"text": texts}), npartitions=3)
-    assert ekd.extract_column(frame["text"], friday, **archive).compute().tolist() == expected
-    # Bad options are refused where the graph is made, not in the workers.
-    with pytest.raises(ValueError, match="1900..2099"):
-        ekd.extract(bag, friday, years=(1800, 1900))
+    assert ekd.extract_column(frame["text"], friday, **options).compute().tolist() == expected
+
+
+def test_bad_options_are_refused_where_the_graph_is_made():
+    # No cluster: nothing runs in a worker for these.
+    friday = datetime.datetime(2024, 5, 24, 10, 30)
+    bag = db.from_sequence(["내일"], npartitions=1)
+    first, last = rules_years()
+    with pytest.raises(ValueError, match=f"^years 900..1900 are not a window inside {first}..{last}$"):
+        ekd.extract(bag, friday, years=(900, 1900))
+    with pytest.raises(ValueError, match="^the whole call's rules prefer the future only$"):
+        ekd.extract(bag, friday, rules="whole-call", prefer="past")
+    with pytest.raises(ValueError, match="'future' or 'past'"):
+        ekd.extract(bag, friday, prefer="later")
+    with pytest.raises(ValueError, match="'reader' or 'whole-call'"):
+        ekd.extract(bag, friday, rules="native")
+    with pytest.raises(TypeError):
+        ekd.extract(bag, "202405241030")
+    pd = pytest.importorskip("pandas")
+    dd = pytest.importorskip("dask.dataframe")
+    frame = dd.from_pandas(pd.DataFrame({"text": ["내일"]}), npartitions=1)
     with pytest.raises(ValueError, match="'future' or 'past'"):
         ekd.extract_column(frame["text"], friday, prefer="later")
+    with pytest.raises(ValueError, match="^the whole call's rules read years"):
+        ekd.extract_column(frame["text"], friday, rules="whole-call", years=(1990, 2010))

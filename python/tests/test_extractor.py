@@ -12,7 +12,8 @@ import threading
 import pytest
 
 from conftest import REF, corpus
-from extractor_kr import DictionaryError, Extraction, Extractor, PartialDateTime
+from extractor_kr import (DictionaryError, Extraction, Extractor, PartialDateTime,
+                          TimeExpression, reference_years)
 
 
 @pytest.mark.parametrize("text, expression", [
@@ -40,24 +41,53 @@ def test_spans_open_ends_cycles_and_partial_dates(extractor):
     assert until.end.date == datetime.date(2024, 5, 17)
 
     (weekly,) = extractor.extract("매주 월요일 10시 회의", REF).expressions
-    assert weekly.cycle == "P7D" and not weekly.is_span and weekly.end == weekly.start
+    assert weekly.cycle == "P7D" and weekly.cycle_interval == 1
+    assert not weekly.is_span and weekly.end == weekly.start
     assert weekly.start.datetime == datetime.datetime(2024, 5, 20, 10, 0)
-    assert extractor.extract("매달 1일", REF).expressions[0].cycle == "P1M"
+    assert str(weekly) == "매주 월요일 10시 [0,10) 2024-05-20T10:00 every P7D"
+    (monthly,) = extractor.extract("매달 1일", REF).expressions
+    assert (monthly.cycle, monthly.cycle_interval) == ("P1M", 1)
 
     (meeting,) = extractor.extract("내일 오후 3시에 만나요", REF).expressions
-    assert meeting.has_ampm and meeting.cycle is None
+    assert meeting.has_ampm and meeting.cycle is None and meeting.cycle_interval == 0
+    assert not meeting.lunar
     assert str(meeting) == "내일 오후 3시 [0,8) 2024-05-16T15:00"
 
     nothing = extractor.extract("아무 일 없음, 그냥", REF)
     assert nothing.expressions == [] and nothing.content == "아무 일 없음, 그냥"
 
 
+@pytest.mark.parametrize("rules", ["reader", "whole-call"])
+@pytest.mark.parametrize("text, solar", [
+    ("음력 8월 15일", datetime.date(2024, 9, 17)),
+    ("추석", datetime.date(2024, 9, 17)),
+    ("음력 1월 1일에 세배", datetime.date(2025, 1, 29)),
+])
+def test_lunar_dates_are_flagged_and_given_as_solar_dates(extractor, rules, text, solar):
+    (t,) = extractor.extract(text, REF, rules=rules).expressions
+    assert t.lunar and t.start.date == solar
+    assert str(t).endswith(" (lunar)")
+    (same_day,) = extractor.extract(f"{solar.month}월 {solar.day}일", REF, rules=rules).expressions
+    assert not same_day.lunar and same_day.start == t.start
+
+
 def test_results_are_plain_picklable_values(extractor):
-    e = extractor.extract("7월 13일부터 15일까지, 매주 월요일 10시", REF)
+    e = extractor.extract("7월 13일부터 15일까지, 매주 월요일 10시, 음력 8월 15일", REF)
     assert pickle.loads(pickle.dumps(e)) == e
-    assert "TimeExpression(" in repr(e.expressions[0])
+    assert any(t.lunar for t in e.expressions) and any(t.cycle for t in e.expressions)
+    assert "TimeExpression(" in repr(e.expressions[0]) and "lunar=" in repr(e.expressions[0])
     assert PartialDateTime(2024, 5, 16).datetime is None
-    assert PartialDateTime(2024, 2, 30).date is None  # not a date the calendar has
+    # Every field of the result takes part in equality, hashing and pickling.
+    base = dict(is_span=False, start=PartialDateTime(2024, 5, 21), end=PartialDateTime(2024, 5, 21),
+                cycle="P7D", begin_index=0, end_index=6, text="격주 화요일", has_date=True,
+                has_time=False, has_ampm=False, lunar=False, cycle_interval=2)
+    every_other = TimeExpression(**base)
+    assert str(every_other) == "격주 화요일 [0,6) 2024-05-21 every 2 x P7D"
+    assert pickle.loads(pickle.dumps(every_other)) == every_other
+    for change in [dict(cycle_interval=1), dict(lunar=True)]:
+        other = TimeExpression(**{**base, **change})
+        assert other != every_other and pickle.loads(pickle.dumps(other)) == other
+    assert len({every_other, TimeExpression(**base), TimeExpression(**{**base, "lunar": True})}) == 2
 
 
 def test_aware_references_are_read_in_korea(extractor):
@@ -80,21 +110,51 @@ _CYCLE = {None: "00000000000000", "P1D": "00000001000000", "P7D": "0000000700000
           "P1M": "00000100000000", "P1Y": "00010000000000"}
 
 
-def test_same_answers_as_the_command_line_tool_on_the_corpus(extractor):
-    cli = os.environ.get("EXTRACTOR_KR_CLI") or shutil.which("extractor-kr")
-    if not cli:
+@pytest.fixture(scope="module")
+def cli():
+    path = os.environ.get("EXTRACTOR_KR_CLI") or shutil.which("extractor-kr")
+    if not path:
         pytest.skip("EXTRACTOR_KR_CLI names no command-line tool")
+    return path
+
+
+def _summary(e):
+    return [(t.is_span, _time(t.start), _time(t.end), t.begin_index, t.end_index,
+             _CYCLE[t.cycle], e.content) for t in e.expressions]
+
+
+@pytest.mark.parametrize("rules", ["reader", "whole-call"])
+def test_same_answers_as_the_command_line_tool_on_the_corpus(extractor, cli, rules):
     sentences = corpus()
-    lines = "".join(json.dumps({"text": t, "ref": r.strftime("%Y%m%d%H%M")}) + "\n"
-                    for r, t in sentences)
+    lines = "".join(json.dumps({"text": t, "ref": r.strftime("%Y%m%d%H%M"), "rules": rules})
+                    + "\n" for r, t in sentences)
     out = subprocess.run([cli, "--jsonl"], input=lines, capture_output=True, text=True,
                          check=True).stdout.splitlines()
     assert len(out) == len(sentences) >= 300
     for (ref, text), line in zip(sentences, out):
-        e = extractor.extract(text, ref)
-        mine = [(t.is_span, _time(t.start), _time(t.end), t.begin_index, t.end_index,
-                 _CYCLE[t.cycle], e.content) for t in e.expressions]
-        assert mine == _cli_summary(json.loads(line)), text
+        assert _summary(extractor.extract(text, ref, rules=rules)) == \
+            _cli_summary(json.loads(line)), text
+
+
+def test_the_whole_calls_rules_answer_as_the_whole_call_entry(extractor, cli):
+    # --raw runs the entry of the native method itself, one answer per line
+    # in its own encoding, every element carrying the content.
+    by_ref = {}
+    for ref, text in corpus():
+        by_ref.setdefault(ref, []).append(text)
+    checked = 0
+    for ref, texts in by_ref.items():
+        raw = subprocess.run([cli, "--raw", "--ref", ref.strftime("%Y%m%d%H%M")],
+                             input="".join(t + "\n" for t in texts).encode("utf-8"),
+                             capture_output=True, check=True).stdout
+        answers = raw.decode("cp949").splitlines()
+        assert len(answers) == len(texts)
+        for text, answer in zip(texts, answers):
+            whole = [(r["resultType"] == "2", r["startTime"], r["endTime"], int(r["beginIndex"]),
+                      int(r["endIndex"]), r["cycle"], r["content"]) for r in json.loads(answer)]
+            assert _summary(extractor.extract(text, ref, rules="whole-call")) == whole, text
+            checked += 1
+    assert checked >= 300
 
 
 def test_threads_share_one_extractor(extractor):
@@ -123,11 +183,16 @@ def test_every_error(extractor, built_dictionaries, tmp_path):
         extractor.extract("내일", "202405151030")
     with pytest.raises(TypeError):
         extractor.extract("내일", datetime.date(2024, 5, 15))
-    with pytest.raises(ValueError, match="1970..2043"):
-        extractor.extract("내일", datetime.datetime(1969, 12, 31, 23, 59))
-    with pytest.raises(ValueError, match="1970..2043"):
-        extractor.extract("내일", datetime.datetime(2044, 1, 1))
-    with pytest.raises(ValueError, match="NUL"):
+    for rules in ("reader", "whole-call"):
+        first, last = reference_years(rules)
+        window = f"years {first}..{last}"
+        with pytest.raises(ValueError, match=f"^reference {first - 1:04d}12312359 is outside {window}"):
+            extractor.extract("내일", datetime.datetime(first - 1, 12, 31, 23, 59), rules=rules)
+        with pytest.raises(ValueError, match=f"^reference {last + 1:04d}01010000 is outside {window}"):
+            extractor.extract("내일", datetime.datetime(last + 1, 1, 1), rules=rules)
+        for year in (first, last):
+            extractor.extract("내일", datetime.datetime(year, 6, 1), rules=rules)
+    with pytest.raises(ValueError, match="^NUL character at byte 6$"):
         extractor.extract("내일\x00 3시", REF)
     with pytest.raises(TypeError):
         Extractor(dictionaries=42)
