@@ -8,6 +8,7 @@ import java.time.LocalDateTime;
 import java.util.ArrayList;
 import java.util.Collections;
 import java.util.List;
+import java.util.Locale;
 import java.util.Objects;
 import java.util.concurrent.locks.ReentrantReadWriteLock;
 
@@ -39,12 +40,13 @@ public final class KoreanTimeExtractor implements AutoCloseable {
 
   // Statuses of the native side (ekr_status).
   private static final int OK = 0;
+  private static final int ERROR_ARGUMENT = 1;
   private static final int ERROR_REFERENCE = 3;
   private static final int ERROR_TEXT = 4;
   private static final int ERROR_MEMORY = 6;
 
   // Layout of the numbers of one expression in the native answer.
-  static final int FIELDS_PER_EXPRESSION = 22;
+  static final int FIELDS_PER_EXPRESSION = 24;
 
   private static final Cleaner CLEANER = Cleaner.create();
 
@@ -124,15 +126,25 @@ public final class KoreanTimeExtractor implements AutoCloseable {
   }
 
   /**
-   * Finds the date and time expressions of a text under the engine's first rules ({@link
-   * ExtractOptions#defaults()}).
+   * The version of the native library.
+   *
+   * @return "MAJOR.MINOR.PATCH"
+   */
+  public static String libraryVersion() {
+    return ExtractOptions.libraryVersion();
+  }
+
+  /**
+   * Finds the date and time expressions of a text under the default options ({@link
+   * ExtractOptions#defaults()}: the reader's rules).
    *
    * @param text the text; any characters (those the dictionaries cannot hold are read as blanks)
    * @param reference the moment the text speaks from, in Korea; its seconds are not read
    * @return the expressions, in text order, and the text's remaining content
    * @throws NullPointerException when an argument is null
-   * @throws IllegalArgumentException when the reference lies outside the years 1970 to 2043, or
-   *     the text holds a NUL character
+   * @throws IllegalArgumentException when the reference lies outside the years the rules take
+   *     ({@link ExtractOptions.Rules#firstReferenceYear()}), or the text holds a NUL character;
+   *     the message is the library's
    * @throws IllegalStateException after {@link #close()}
    */
   public Extraction extract(String text, LocalDateTime reference) {
@@ -144,29 +156,25 @@ public final class KoreanTimeExtractor implements AutoCloseable {
    *
    * @param text the text; any characters (those the dictionaries cannot hold are read as blanks)
    * @param reference the moment the text speaks from, in Korea; its seconds are not read
-   * @param options where open dates fall and which years are read
+   * @param options the rule set, where open dates fall and which years are read
    * @return the expressions, in text order, and the text's remaining content
    * @throws NullPointerException when an argument is null
-   * @throws IllegalArgumentException when the reference lies outside the options' years (1970 to
-   *     2043 under the defaults), or the text holds a NUL character
+   * @throws IllegalArgumentException when the reference lies outside the options' years (the
+   *     rules' reference years when the options keep the rules' own), or the text holds a NUL
+   *     character; the message is the library's
    * @throws IllegalStateException after {@link #close()}
    */
   public Extraction extract(String text, LocalDateTime reference, ExtractOptions options) {
     Objects.requireNonNull(text, "text");
     Objects.requireNonNull(reference, "reference");
     Objects.requireNonNull(options, "options");
-    String years =
-        options.equals(ExtractOptions.defaults())
-            ? "1970..2043"
-            : options.firstYear() + ".." + options.lastYear();
-    int year = reference.getYear();
-    if (year < 0 || year > 9999) {
-      throw new IllegalArgumentException("reference " + reference + " is outside " + years);
-    }
+    // A year of other than four digits makes a reference the library refuses in its own words.
+    // Locale.ROOT: ASCII digits whatever the default locale writes.
     String ref =
         String.format(
+            Locale.ROOT,
             "%04d%02d%02d%02d%02d",
-            year,
+            reference.getYear(),
             reference.getMonthValue(),
             reference.getDayOfMonth(),
             reference.getHour(),
@@ -181,7 +189,8 @@ public final class KoreanTimeExtractor implements AutoCloseable {
               handle.pointer,
               text,
               ref,
-              options.prefersPast() ? 1 : 0,
+              options.rules().code,
+              options.prefersPast() ? ExtractOptions.PREFER_PAST : ExtractOptions.PREFER_FUTURE,
               options.firstYear(),
               options.lastYear(),
               content);
@@ -191,15 +200,14 @@ public final class KoreanTimeExtractor implements AutoCloseable {
     switch (answer[0]) {
       case OK:
         break;
+      case ERROR_ARGUMENT:
       case ERROR_REFERENCE:
-        throw new IllegalArgumentException(
-            "reference " + reference + " is outside " + years + ": " + content[0]);
       case ERROR_TEXT:
-        throw new IllegalArgumentException("text cannot be read: " + content[0]);
+        throw new IllegalArgumentException(content[0]);
       case ERROR_MEMORY:
         throw new OutOfMemoryError(content[0]);
       default:
-        throw new IllegalStateException("extraction failed: " + content[0]);
+        throw new IllegalStateException(content[0]);
     }
     int count = answer[1];
     List<TimeExpression> expressions = new ArrayList<>(count);
@@ -225,8 +233,24 @@ public final class KoreanTimeExtractor implements AutoCloseable {
       long pointer,
       String text,
       String reference,
+      int rules,
       int prefer,
       int firstYear,
       int lastYear,
       String[] out);
+
+  // What the library says of options, its names and its years; for ExtractOptions, after
+  // NativeLibrary.load().
+
+  /** null when the options are sound; the problem in the library's words otherwise. */
+  static native String optionsProblem0(int rules, int prefer, int firstYear, int lastYear);
+
+  /**
+   * The library's names, version, defaults and years, asked once: {@code words} gets the names
+   * of the rule sets, then those of the preferences, then the version; the answer is [rule sets,
+   * preferences, the default rules, prefer, first and last year (0 and 0 for the rules' own),
+   * then for each rule set its own first and last year and its references' first and last
+   * year].
+   */
+  static native int[] describe0(String[] words);
 }

@@ -1,16 +1,18 @@
 package extractorkr;
 
-import java.time.DateTimeException;
 import java.time.LocalDate;
 import java.time.LocalDateTime;
 import java.util.Arrays;
+import java.util.Locale;
 import java.util.Optional;
 import java.util.OptionalInt;
 
 /**
  * A moment as the text gave it, completed against the reference time: each field is known or
- * left open. An open start or end (as in "금요일까지", until Friday) has every field open.
- * Immutable.
+ * left open. An open start or end (as in "금요일까지", until Friday) has every field open. The
+ * known fields always make a moment of the calendar (the library gives no result for one it
+ * cannot place), so {@link #date()} and {@link #toLocalDateTime()} are present whenever their
+ * fields are. Immutable.
  */
 public final class PartialDateTime {
   private final int[] fields; // year, month, day, hour, minute, second; -1 = open
@@ -64,11 +66,7 @@ public final class PartialDateTime {
   /** @return the date, when year, month and day are known */
   public Optional<LocalDate> date() {
     if (fields[0] == -1 || fields[1] == -1 || fields[2] == -1) return Optional.empty();
-    try {
-      return Optional.of(LocalDate.of(fields[0], fields[1], fields[2]));
-    } catch (DateTimeException e) {
-      return Optional.empty(); // a moment the calendar could not place
-    }
+    return Optional.of(LocalDate.of(fields[0], fields[1], fields[2]));
   }
 
   /**
@@ -78,13 +76,9 @@ public final class PartialDateTime {
     for (int k = 0; k < 5; ++k) {
       if (fields[k] == -1) return Optional.empty();
     }
-    try {
-      return Optional.of(
-          LocalDateTime.of(
-              fields[0], fields[1], fields[2], fields[3], fields[4], Math.max(fields[5], 0)));
-    } catch (DateTimeException e) {
-      return Optional.empty();
-    }
+    return Optional.of(
+        LocalDateTime.of(
+            fields[0], fields[1], fields[2], fields[3], fields[4], Math.max(fields[5], 0)));
   }
 
   @Override
@@ -102,7 +96,7 @@ public final class PartialDateTime {
   public String toString() {
     if (isOpen()) return "(open)";
     StringBuilder s = new StringBuilder();
-    s.append(fields[0] == -1 ? "????" : String.format("%04d", fields[0]));
+    s.append(fields[0] == -1 ? "????" : String.format(Locale.ROOT, "%04d", fields[0]));
     s.append('-').append(two(fields[1])).append('-').append(two(fields[2]));
     if (fields[3] != -1 || fields[4] != -1) {
       s.append('T').append(two(fields[3])).append(':').append(two(fields[4]));
@@ -112,6 +106,6 @@ public final class PartialDateTime {
   }
 
   private static String two(int v) {
-    return v == -1 ? "??" : String.format("%02d", v);
+    return v == -1 ? "??" : String.format(Locale.ROOT, "%02d", v);
   }
 }

@@ -22,6 +22,8 @@ public final class TimeExpression {
   private final boolean hasDate;
   private final boolean hasTime;
   private final boolean hasAmPm;
+  private final boolean lunar;
+  private final int cycleInterval;
 
   private TimeExpression(
       boolean span,
@@ -33,7 +35,9 @@ public final class TimeExpression {
       String text,
       boolean hasDate,
       boolean hasTime,
-      boolean hasAmPm) {
+      boolean hasAmPm,
+      boolean lunar,
+      int cycleInterval) {
     this.span = span;
     this.start = start;
     this.end = end;
@@ -44,24 +48,25 @@ public final class TimeExpression {
     this.hasDate = hasDate;
     this.hasTime = hasTime;
     this.hasAmPm = hasAmPm;
+    this.lunar = lunar;
+    this.cycleInterval = cycleInterval;
   }
 
   /**
-   * One expression of the native answer: is_span, cycle, the start's six fields and three flags,
-   * the end's, and the UTF-16 positions, from {@code at} on.
+   * One expression of the native answer: is_span, lunar, cycle, cycle_interval, the start's six
+   * fields and three flags, the end's, and the UTF-16 positions, from {@code at} on.
    */
   static TimeExpression fromNative(String source, int[] a, int at) {
     boolean span = a[at] != 0;
-    Period cycle = a[at + 1] >= 0 && a[at + 1] < CYCLES.length ? CYCLES[a[at + 1]] : null;
+    Period cycle = a[at + 2] >= 0 && a[at + 2] < CYCLES.length ? CYCLES[a[at + 2]] : null;
+    int s = at + 4; // the start's fields
+    int e = at + 13; // the end's
     PartialDateTime start =
-        new PartialDateTime(a[at + 2], a[at + 3], a[at + 4], a[at + 5], a[at + 6], a[at + 7]);
+        new PartialDateTime(a[s], a[s + 1], a[s + 2], a[s + 3], a[s + 4], a[s + 5]);
     PartialDateTime end =
-        span
-            ? new PartialDateTime(
-                a[at + 11], a[at + 12], a[at + 13], a[at + 14], a[at + 15], a[at + 16])
-            : start;
-    int begin = a[at + 20];
-    int stop = a[at + 21];
+        span ? new PartialDateTime(a[e], a[e + 1], a[e + 2], a[e + 3], a[e + 4], a[e + 5]) : start;
+    int begin = a[at + 22];
+    int stop = a[at + 23];
     String text = begin >= 0 && stop <= source.length() ? source.substring(begin, stop) : "";
     return new TimeExpression(
         span,
@@ -71,9 +76,11 @@ public final class TimeExpression {
         begin,
         stop,
         text,
-        a[at + 8] != 0 || a[at + 17] != 0,
-        a[at + 9] != 0 || a[at + 18] != 0,
-        a[at + 10] != 0 || a[at + 19] != 0);
+        a[s + 6] != 0 || a[e + 6] != 0,
+        a[s + 7] != 0 || a[e + 7] != 0,
+        a[s + 8] != 0 || a[e + 8] != 0,
+        a[at + 1] != 0,
+        a[at + 3]);
   }
 
   /** @return whether this is a span with a start and an end, rather than one moment */
@@ -94,6 +101,22 @@ public final class TimeExpression {
   /** @return how it repeats (P1D, P7D, P1M or P1Y), or empty when it does not */
   public Optional<Period> cycle() {
     return Optional.ofNullable(cycle);
+  }
+
+  /**
+   * @return every how many cycles it comes back: 1, or 2 for every other week (격주); 0 when it
+   *     does not repeat
+   */
+  public int cycleInterval() {
+    return cycleInterval;
+  }
+
+  /**
+   * @return whether the text gave the date on the lunar calendar ("음력 8월 15일", "추석"); the
+   *     start and end are solar dates either way
+   */
+  public boolean isLunar() {
+    return lunar;
   }
 
   /** @return the index in the text given of its first UTF-16 unit, or -1 when it has no place */
@@ -139,22 +162,34 @@ public final class TimeExpression {
         && text.equals(t.text)
         && hasDate == t.hasDate
         && hasTime == t.hasTime
-        && hasAmPm == t.hasAmPm;
+        && hasAmPm == t.hasAmPm
+        && lunar == t.lunar
+        && cycleInterval == t.cycleInterval;
   }
 
   @Override
   public int hashCode() {
-    return java.util.Objects.hash(start, end, cycle, beginIndex, endIndex, text, span);
+    return java.util.Objects.hash(
+        start, end, cycle, beginIndex, endIndex, text, span, lunar, cycleInterval);
   }
 
-  /** @return e.g. "내일 오후 3시 [0,8) 2024-05-16T15:00" or "금요일까지 [0,5) (open) ~ 2024-05-24" */
+  /**
+   * @return e.g. "내일 오후 3시 [0,8) 2024-05-16T15:00", "금요일까지 [0,5) (open) ~ 2024-05-24",
+   *     "매주 월요일 [0,6) 2024-05-20 every P7D", "격주 화요일 [0,6) 2024-05-21 every 2 x P7D" or
+   *     "추석 [0,2) 2024-09-17 (lunar)"
+   */
   @Override
   public String toString() {
     StringBuilder s = new StringBuilder();
     s.append(text).append(" [").append(beginIndex).append(',').append(endIndex).append(") ");
     s.append(start);
     if (span) s.append(" ~ ").append(end);
-    if (cycle != null) s.append(" every ").append(cycle);
+    if (cycle != null) {
+      s.append(" every ");
+      if (cycleInterval != 1) s.append(cycleInterval).append(" x ");
+      s.append(cycle);
+    }
+    if (lunar) s.append(" (lunar)");
     return s.toString();
   }
 }

@@ -63,6 +63,8 @@ class KoreanTimeExtractorTest {
       {"𠀀𠀀 5월 20일에 회의", "5월 20일"},
       {"내일😀3시에 봐요", "내일😀3시"}, // read as if the emoji were a blank
       {"\uD800 내일 오후 3시", "내일 오후 3시"}, // an unpaired surrogate is a character too
+      {"\uDC00\uD800 내일 오후 3시\uDC00", "내일 오후 3시"}, // a pair the wrong way round
+      {"\uDBFF\uDBFF😀 내일 오후 3시 \uD83D", "내일 오후 3시"},
       {"👍🏽🇰🇷 다음 주 화요일 10시 회의", "다음 주 화요일 10시"},
     };
     for (String[] c : cases) {
@@ -74,6 +76,8 @@ class KoreanTimeExtractorTest {
     assertEquals(3, t.beginIndex());
     assertEquals(11, t.endIndex());
     assertEquals("🎉    봐", extractor.extract("🎉 내일 오후 3시에 봐", REF).content());
+    // A lone surrogate comes back in the content as U+FFFD, in its place.
+    assertEquals("\uFFFD    봐", extractor.extract("\uDC00 내일 오후 3시에 봐", REF).content());
   }
 
   @Test
@@ -95,15 +99,20 @@ class KoreanTimeExtractorTest {
 
     TimeExpression weekly = only("매주 월요일 10시 회의");
     assertEquals(Period.ofDays(7), weekly.cycle().orElseThrow());
+    assertEquals(1, weekly.cycleInterval());
+    assertEquals("매주 월요일 10시 [0,10) 2024-05-20T10:00 every P7D", weekly.toString());
     assertEquals(LocalDateTime.of(2024, 5, 20, 10, 0), weekly.start().toLocalDateTime().get());
     assertEquals(weekly.start(), weekly.end());
     assertFalse(weekly.isSpan());
     assertEquals(Period.ofMonths(1), only("매달 1일").cycle().orElseThrow());
+    assertEquals(1, only("매달 1일").cycleInterval());
 
     TimeExpression afternoon = only("내일 오후 3시에 만나요");
     assertTrue(afternoon.hasAmPm());
     assertEquals(OptionalInt.of(0), afternoon.start().minute());
     assertFalse(afternoon.cycle().isPresent());
+    assertEquals(0, afternoon.cycleInterval());
+    assertFalse(afternoon.isLunar());
     assertEquals("내일 오후 3시 [0,8) 2024-05-16T15:00", afternoon.toString());
 
     assertTrue(extractor.extract("아무 일 없음", REF).expressions().isEmpty());
@@ -166,7 +175,7 @@ class KoreanTimeExtractorTest {
                 Integer.parseInt(ref.substring(6, 8)),
                 Integer.parseInt(ref.substring(8, 10)),
                 Integer.parseInt(ref.substring(10, 12)));
-        Extraction e = extractor.extract(text, reference);
+        Extraction e = extractor.extract(text, reference, ExtractOptions.defaults().wholeCall());
         int k = 0;
         while (m.find()) {
           String where = file.getFileName() + ": " + text;
@@ -223,24 +232,86 @@ class KoreanTimeExtractorTest {
   }
 
   @Test
+  void aDefaultLocaleWithOtherDigitsChangesNothing() {
+    Extraction expected = extractor.extract("내일 오후 3시에 만나요", REF);
+    java.util.Locale saved = java.util.Locale.getDefault();
+    try {
+      java.util.Locale.setDefault(java.util.Locale.forLanguageTag("th-TH-u-nu-thai"));
+      assertTrue(!String.format("%d", 5).equals("5"), "the locale writes other digits");
+      Extraction e = extractor.extract("내일 오후 3시에 만나요", REF);
+      assertEquals(expected, e);
+      assertEquals("내일 오후 3시 [0,8) 2024-05-16T15:00", e.expressions().get(0).toString());
+    } finally {
+      java.util.Locale.setDefault(saved);
+    }
+  }
+
+  @Test
+  void lunarDatesAreFlaggedAndGivenAsSolarDates() {
+    String[][] cases = {
+      // text, its solar date
+      {"음력 8월 15일", "2024-09-17"},
+      {"추석", "2024-09-17"},
+      {"음력 1월 1일에 세배", "2025-01-29"},
+    };
+    for (ExtractOptions options :
+        new ExtractOptions[] {ExtractOptions.defaults(), ExtractOptions.defaults().wholeCall()}) {
+      for (String[] c : cases) {
+        List<TimeExpression> found = extractor.extract(c[0], REF, options).expressions();
+        assertEquals(1, found.size(), c[0] + " " + options);
+        TimeExpression t = found.get(0);
+        LocalDate solar = LocalDate.parse(c[1]);
+        assertTrue(t.isLunar(), c[0]);
+        assertEquals(solar, t.start().date().orElseThrow(), c[0]);
+        assertTrue(t.toString().endsWith(" (lunar)"), t.toString());
+        String written = solar.getMonthValue() + "월 " + solar.getDayOfMonth() + "일";
+        TimeExpression same = extractor.extract(written, REF, options).expressions().get(0);
+        assertFalse(same.isLunar(), written);
+        assertEquals(t.start(), same.start(), written);
+        assertFalse(t.equals(same));
+      }
+    }
+  }
+
+  @Test
   void everyExceptionItDocuments(@TempDir Path tmp) throws Exception {
     assertThrows(NullPointerException.class, () -> extractor.extract(null, REF));
     assertThrows(NullPointerException.class, () -> extractor.extract("내일", null));
     assertThrows(NullPointerException.class, () -> KoreanTimeExtractor.open(null));
-    assertThrows(
-        IllegalArgumentException.class,
-        () -> extractor.extract("내일", LocalDateTime.of(1969, 12, 31, 23, 59)));
-    assertThrows(
-        IllegalArgumentException.class,
-        () -> extractor.extract("내일", LocalDateTime.of(2044, 1, 1, 0, 0)));
-    assertThrows(
-        IllegalArgumentException.class,
-        () -> extractor.extract("내일", LocalDateTime.of(-5, 1, 1, 0, 0)));
-    // 2043 is accepted; a moment past 2035 is not reported.
-    assertTrue(
-        extractor.extract("내일", LocalDateTime.of(2043, 12, 31, 23, 59)).expressions().isEmpty());
-    assertEquals(1, extractor.extract("내일", LocalDateTime.of(1970, 1, 1, 0, 0)).expressions().size());
-    assertThrows(IllegalArgumentException.class, () -> extractor.extract("내일\u0000 3시", REF));
+    for (ExtractOptions options :
+        new ExtractOptions[] {ExtractOptions.defaults(), ExtractOptions.defaults().wholeCall()}) {
+      ExtractOptions.Rules rules = options.rules();
+      int first = rules.firstReferenceYear();
+      int last = rules.lastReferenceYear();
+      String window = "is outside years " + first + ".." + last;
+      IllegalArgumentException before =
+          assertThrows(
+              IllegalArgumentException.class,
+              () -> extractor.extract("내일", LocalDateTime.of(first - 1, 12, 31, 23, 59), options));
+      assertTrue(
+          before.getMessage().startsWith(String.format("reference %04d12312359 ", first - 1) + window),
+          before.getMessage());
+      IllegalArgumentException after =
+          assertThrows(
+              IllegalArgumentException.class,
+              () -> extractor.extract("내일", LocalDateTime.of(last + 1, 1, 1, 0, 0), options));
+      assertTrue(after.getMessage().contains(window), after.getMessage());
+      extractor.extract("내일", LocalDateTime.of(first, 1, 1, 0, 0), options);
+      extractor.extract("내일", LocalDateTime.of(last, 12, 31, 23, 59), options);
+    }
+    IllegalArgumentException negative =
+        assertThrows(
+            IllegalArgumentException.class,
+            () -> extractor.extract("내일", LocalDateTime.of(-5, 1, 1, 0, 0)));
+    assertTrue(negative.getMessage().contains("twelve digits"), negative.getMessage());
+    // The whole call takes references past the years of its results, and gives nothing there.
+    ExtractOptions whole = ExtractOptions.defaults().wholeCall();
+    LocalDateTime late = LocalDateTime.of(whole.rules().lastReferenceYear(), 12, 31, 23, 59);
+    assertTrue(whole.rules().lastReferenceYear() > whole.lastYear());
+    assertTrue(extractor.extract("내일", late, whole).expressions().isEmpty());
+    IllegalArgumentException nul =
+        assertThrows(IllegalArgumentException.class, () -> extractor.extract("내일\u0000 3시", REF));
+    assertEquals("NUL character at byte 6", nul.getMessage());
 
     DictionaryException missing =
         assertThrows(DictionaryException.class, () -> KoreanTimeExtractor.open(tmp));
@@ -292,35 +363,135 @@ class KoreanTimeExtractorTest {
         LocalDateTime.of(2024, 5, 23, 23, 0),
         extractor.extract("11시", friday, past).expressions().get(0).start().toLocalDateTime().get());
 
+    // The reader reads every year of its calendar; the whole call its own years only.
+    ExtractOptions whole = ExtractOptions.defaults().wholeCall();
     ExtractOptions archive = past.years(1900, 2099);
-    assertEquals(LocalDate.of(1948, 8, 15), startDate("1948년 8월 15일", friday, archive));
-    assertEquals(LocalDate.of(1997, 10, 1), startDate("1997년 10월", friday, archive));
-    assertEquals(LocalDate.of(1998, 1, 1), startDate("98년도 자료", friday, archive));
-    assertTrue(extractor.extract("1997년 10월", friday).expressions().isEmpty());
+    String[][] years = {
+      {"1948년 8월 15일", "1948-08-15"}, {"1997년 10월", "1997-10-01"}, {"98년도 자료", "1998-01-01"},
+    };
+    for (String[] c : years) {
+      assertEquals(LocalDate.parse(c[1]), startDate(c[0], friday, ExtractOptions.defaults()), c[0]);
+      assertEquals(LocalDate.parse(c[1]), startDate(c[0], friday, archive), c[0]);
+      assertTrue(extractor.extract(c[0], friday, whole).expressions().isEmpty(), c[0]);
+      assertTrue(
+          extractor
+              .extract(c[0], friday, ExtractOptions.defaults().years(2000, 2040))
+              .expressions()
+              .isEmpty(),
+          c[0]);
+    }
     LocalDateTime war = LocalDateTime.of(1950, 6, 25, 4, 0);
     assertEquals(LocalDate.of(1950, 6, 23), startDate("금요일", war, archive));
+    assertEquals(LocalDate.of(1950, 6, 23), startDate("금요일", war, past));
 
     // Immutable values; the defaults are the two-argument call's.
     assertFalse(ExtractOptions.defaults().prefersPast());
+    assertEquals(ExtractOptions.Rules.READER, ExtractOptions.defaults().rules());
     assertTrue(archive.prefersPast());
-    assertEquals(2000, ExtractOptions.defaults().firstYear());
-    assertEquals(2035, ExtractOptions.defaults().lastYear());
-    assertEquals(ExtractOptions.defaults(), archive.preferFuture().years(2000, 2035));
+    assertEquals(ExtractOptions.Rules.READER.firstYear(), ExtractOptions.defaults().firstYear());
+    assertEquals(ExtractOptions.Rules.READER.lastYear(), ExtractOptions.defaults().lastYear());
+    assertEquals(ExtractOptions.defaults(), archive.preferFuture().reader());
     assertEquals(
-        "ExtractOptions[prefer=past, years=1900..2099]", archive.toString());
+        ExtractOptions.defaults(),
+        ExtractOptions.defaults().years(archive.rules().firstYear(), archive.rules().lastYear()));
+    assertEquals(ExtractOptions.defaults(), ExtractOptions.defaults().years(0, 0));
+    assertEquals(whole, whole.years(whole.firstYear(), whole.lastYear()));
+    assertEquals(whole, archive.preferFuture().wholeCall());
+    assertEquals(whole.hashCode(), ExtractOptions.defaults().rules(ExtractOptions.Rules.WHOLE_CALL).hashCode());
+    assertFalse(whole.equals(ExtractOptions.defaults().years(whole.firstYear(), whole.lastYear())));
+    assertEquals("ExtractOptions[rules=reader, prefer=past, years=1900..2099]", archive.toString());
     for (String text : new String[] {"내일 오후 3시", "매주 월요일 10시 회의", "금요일까지"}) {
       assertEquals(
           extractor.extract(text, REF), extractor.extract(text, REF, ExtractOptions.defaults()));
     }
-
-    assertThrows(IllegalArgumentException.class, () -> ExtractOptions.defaults().years(1899, 2000));
-    assertThrows(IllegalArgumentException.class, () -> ExtractOptions.defaults().years(2000, 2100));
-    assertThrows(IllegalArgumentException.class, () -> ExtractOptions.defaults().years(2030, 2010));
     assertThrows(NullPointerException.class, () -> extractor.extract("내일", REF, null));
+    assertThrows(NullPointerException.class, () -> ExtractOptions.defaults().rules(null));
     IllegalArgumentException outside =
         assertThrows(
             IllegalArgumentException.class,
             () -> extractor.extract("내일", war, ExtractOptions.defaults().years(1990, 2010)));
-    assertTrue(outside.getMessage().contains("1990..2010"), outside.getMessage());
+    assertTrue(
+        outside.getMessage().startsWith("reference 195006250400 is outside years 1990..2010"),
+        outside.getMessage());
+  }
+
+  @Test
+  void badOptionsAreRefusedInTheLibrarysWords() {
+    ExtractOptions.Rules reader = ExtractOptions.Rules.READER;
+    String readerWindow = reader.firstYear() + ".." + reader.lastYear();
+    ExtractOptions whole = ExtractOptions.defaults().wholeCall();
+    String wholeWindow = whole.firstYear() + ".." + whole.lastYear();
+    Object[][] cases = {
+      // the options asked for, the library's words
+      {(Runnable) () -> ExtractOptions.defaults().years(reader.firstYear() - 1, 2000),
+        "years " + (reader.firstYear() - 1) + "..2000 are not a window inside " + readerWindow},
+      {(Runnable) () -> ExtractOptions.defaults().years(2000, reader.lastYear() + 1),
+        "years 2000.." + (reader.lastYear() + 1) + " are not a window inside " + readerWindow},
+      {(Runnable) () -> ExtractOptions.defaults().years(2030, 2010),
+        "years 2030..2010 are not a window inside " + readerWindow},
+      {(Runnable) () -> whole.preferPast(), "the whole call's rules prefer the future only"},
+      {(Runnable) () -> ExtractOptions.defaults().preferPast().wholeCall(),
+        "the whole call's rules prefer the future only"},
+      {(Runnable) () -> whole.years(1990, 2010),
+        "the whole call's rules read years " + wholeWindow + " only, not 1990..2010"},
+    };
+    for (Object[] c : cases) {
+      IllegalArgumentException e =
+          assertThrows(IllegalArgumentException.class, ((Runnable) c[0])::run, (String) c[1]);
+      assertEquals(c[1], e.getMessage());
+    }
+  }
+
+  @Test
+  void namesAndYearsAreTheLibrarys() {
+    ExtractOptions.Rules[] all = ExtractOptions.Rules.values();
+    assertEquals(2, all.length);
+    assertEquals("reader", ExtractOptions.Rules.READER.toString());
+    assertEquals("whole-call", ExtractOptions.Rules.WHOLE_CALL.toString());
+    for (ExtractOptions.Rules r : all) {
+      assertEquals(r, ExtractOptions.Rules.forName(r.toString()));
+      assertTrue(r.firstReferenceYear() <= r.firstYear(), r.toString());
+      assertTrue(r.firstYear() < r.lastYear() && r.lastYear() <= r.lastReferenceYear(), r.toString());
+    }
+    IllegalArgumentException unknown =
+        assertThrows(IllegalArgumentException.class, () -> ExtractOptions.Rules.forName("native"));
+    assertEquals("rules 'native' is not 'reader' or 'whole-call'", unknown.getMessage());
+    assertTrue(
+        ExtractOptions.defaults().wholeCall().toString().startsWith(
+            "ExtractOptions[rules=whole-call, prefer=future, years="));
+    assertTrue(KoreanTimeExtractor.libraryVersion().matches("\\d+\\.\\d+\\.\\d+"));
+  }
+
+  @Test
+  void countsPastTheCalendarGiveRealMomentsOrNothing() {
+    LocalDateTime ref = LocalDateTime.of(2014, 5, 15, 10, 30);
+    String[] texts = {
+      "5103032시간 전에 끝났어", "100000일 전", "3000개월 전", "2000000시간 전", "300000주 전",
+      "9999999분 전", "5000년 후", "100000일 후", "3000개월 뒤", "12818071분 전",
+    };
+    ExtractOptions[] options = {
+      ExtractOptions.defaults(),
+      ExtractOptions.defaults().wholeCall(),
+      ExtractOptions.defaults().preferPast(),
+      ExtractOptions.defaults().years(1900, 2099),
+    };
+    for (ExtractOptions o : options) {
+      // The whole call counts back from its references as far as the first of them.
+      int first =
+          o.rules() == ExtractOptions.Rules.WHOLE_CALL
+              ? o.rules().firstReferenceYear()
+              : o.firstYear();
+      for (String text : texts) {
+        for (TimeExpression t : extractor.extract(text, ref, o).expressions()) {
+          for (PartialDateTime m : new PartialDateTime[] {t.start(), t.end()}) {
+            if (m.isOpen()) continue;
+            int year = m.year().getAsInt();
+            assertTrue(first <= year && year <= o.lastYear(), o + ": " + t);
+            assertTrue(m.date().isPresent(), t.toString());
+            if (m.hour().isPresent()) assertTrue(m.toLocalDateTime().isPresent(), t.toString());
+          }
+        }
+      }
+    }
   }
 }
