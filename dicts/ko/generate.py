@@ -114,11 +114,18 @@ so that the number and it make a week counted from this one
                     e.add(key, "주뒤@" + form)
 
 
+# What may follow 말 (the end of a month) for it to be one: a blank, a
+# punctuation mark or a particle.
+END_FOLLOWERS = [" ", ",", ".", ")", "에", "께", "쯤", "경", "부터", "엔", "에는", "이", "은", "로",
+                 "으로", "을"]
+
+
 def parts_of_months(e):
     e.section("""--- Parts of a month: 초, 초순 and 초반 are the 1st to the 10th, 중순 and
 중반 the 11th to the 20th, 하순 and 후반 the 21st to the last day (February:
-the 28th); 말 alone stays the last day (월말까지: by the last day).  The same
-for 이번 달 and 다음 달.  The early and middle parts are keyed from 월 on
+the 28th), and so is 말 (6월 말, 이달 말, 지난달 말); a deadline at the end of a
+month (6월 말까지) and its last day (이달 말일) are that last day, and 월말 alone
+stays this month's last day.  The same for 이번 달, 다음 달, 내달 and 지난달.  The early and middle parts are keyed from 월 on
 (6월 초 is 6 + 월1일부터10일까지), so that one guard serves every month
 (월 초대); the end of the span takes its month from the start.  A month in
 Sino-Korean words keeps its month and loses the part (삼월 초: March).""")
@@ -133,21 +140,38 @@ Sino-Korean words keeps its month and loses the part (삼월 초: March).""")
         for month in range(1, 13):
             for key in spaced(f"{month}월", part):
                 e.add(key, f"{month}월{first}일부터{month}월{last.get(month, 31)}일까지")
-    # 월말 alone is the end of this month; after a number, of that month
+    # a deadline at the end of a month (말까지) and its last day (말일) are
+    # that day
+    # 말 begins many words (말기, 말씀), so it is keyed with what may follow
+    # it: a particle or a blank
     for month in range(1, 13):
-        e.add(f"{month}월말", f"{month}월말")
+        for key in spaced(f"{month}월", "말까지"):
+            e.add(key, f"{month}월말까지")
+        for key in spaced(f"{month}월", "말일"):
+            e.add(key, f"{month}월말")
+        for follower in END_FOLLOWERS:
+            for key in spaced(f"{month}월", "말" + follower):
+                e.add(key, f"{month}월21일부터{month}월{last.get(month, 31)}일까지{follower}")
     for word in ("일월", "이월", "삼월", "사월", "오월", "유월", "육월", "칠월", "팔월", "구월",
                  "시월", "십월", "십일월", "십이월"):
         e.add(word + " ", word + " ")
         for part in parts:
             e.add(word + part, word + "_" * (2 * len(part)))
     relative = {"이번 달": "이번달", "이번달": "이번달", "이달": "이번달",
-                "다음 달": "다음달", "다음달": "다음달", "담달": "다음달"}
+                "다음 달": "다음달", "다음달": "다음달", "담달": "다음달", "내달": "다음달",
+                "지난 달": "지난달", "지난달": "지난달", "저번 달": "지난달", "저번달": "지난달"}
     for word, value in relative.items():
         for part, (first, end) in parts.items():
             end_day = f"{end}일" if end else "말"
             for key in spaced(word, part):
                 e.add(key, f"{value}{first}일부터{value}{end_day}까지")
+        for key in spaced(word, "말까지"):
+            e.add(key, f"{value}말까지")
+        for key in spaced(word, "말일"):
+            e.add(key, f"{value}말")
+        for follower in END_FOLLOWERS:
+            for key in spaced(word, "말" + follower):
+                e.add(key, f"{value}21일부터{value}말까지{follower}")
     e.add("중순", "이번달11일부터이번달20일까지")
 
 
@@ -377,17 +401,61 @@ words that say it is the holiday; the word stays outside the expression.""")
     for word, value in spans.items():
         for key in spaced(word, "연휴"):
             e.add(key, value)
-    for word, value in {"당일": "음력1월1일", "전날": "음력1월0일", "다음날": "음력1월2일"}.items():
-        for key in spaced("설", word):
-            e.add(key, value)
-    e.add("설 다음 날", "음력1월2일")
+    for holiday, day in (("설", "음력1월{}일"), ("추석", "음력8월{}일"), ("한가위", "음력8월{}일")):
+        first = 1 if holiday == "설" else 15
+        for word, shift in {"당일": 0, "전날": -1, "다음날": 1}.items():
+            for key in spaced(holiday, word):
+                e.add(key, day.format(first + shift))
+        e.add(holiday + " 다음 날", day.format(first + 1))
     # The expression is 설 only: the bytes of the following word become
     # blanks at the end, where they map back onto that word.
     for word in ("명절", "차례", "선물", "대목", "특집", "귀성", "귀성길", "민심", "직전", "직후",
-                 "앞두고", "을 앞두고", "을 맞아", "맞이"):
+                 "앞두고", "을 앞두고", "을 맞아", "맞이", "바로"):
         rest = " " + word
         blanks = sum(1 if ord(c) < 0x80 else 2 for c in rest)
         e.add("설" + rest, "음력1월1일" + "_" * blanks)
+
+
+def days_from_an_event(e):
+    e.section("""--- Days counted from an event: 전날 is the day before, 다음 날 and 이튿날 the
+day after, 다음다음날 two days after.  They are counts, so that the engine
+counts them from what they are tied to (크리스마스 전날, 출고일 전날, 그 전날)
+or from today.  A day after that names its own date (다음 날인 20일) is that
+date alone.""")
+    for key in ("전날",):
+        e.add(key, "1일전")
+    for key in list(spaced("다음", "날")) + ["이튿날"]:
+        e.add(key, "1일후")
+    for key in list(spaced("다음", "다음", "날")) + list(spaced("다다음", "날")):
+        e.add(key, "2일후")
+    for day in list(spaced("다음", "날")) + ["전날", "이튿날"]:
+        for particle in ("인", "이던", "이었던"):
+            key = day + particle + " "
+            e.add(key, "_" * (len(key.encode("cp949")) - 1) + " ")
+
+
+def sino_korean_counts(e):
+    e.section("""--- Counts in Sino-Korean words: 삼십 분 후, 이십 일 뒤, 팔 년 전.  A number of
+two syllables or more (십, 이십, 삼십오) is read as its digits before a
+space (이십 일 is 20 일); one of a single syllable (삼, 팔) only with its unit
+and the word that makes it an offset, since 이 일 (this work) and 삼 일 (the
+third) are no counts.""")
+    for n in range(10, 100):
+        e.add(sino_korean_number(n) + " ", f"{n} ")
+    for n in range(1, 10):
+        word = sino_korean_number(n)
+        for unit in ("분", "초", "시간", "일", "주", "주일", "개월", "년"):
+            value_unit = "주" if unit == "주일" else unit
+            for after in ("후", "뒤", "전"):
+                for rest in spaced(unit, after):
+                    e.add(f"{word} {rest}", f"{n}{value_unit}{after}")
+
+
+def weekly_each(e):
+    e.section("""--- A weekday with 마다 is every such weekday: 화요일마다 is 매주화요일.""")
+    for day in WEEKDAYS:
+        for form in (day + "요일", day + "욜"):
+            e.add(form + "마다", "매주" + form)
 
 
 def lunch(e):
@@ -425,9 +493,10 @@ is; only before a space or 년, since news quote with the same mark ('10억 뷰'
         e.add(f"'{n:02d}년", f"{n:02d}년")
 
 
-RULES = [since_and_before, weekdays_after_week_words, weeks_then_weekday, parts_of_months, weekends_of_months, beginning_of_week,
-         quarters_and_seasons, rolling_windows, deadlines, counts_no_date, ranges_between,
-         native_numbers, week_words, named_years, apostrophe_years, holidays, lunch]
+RULES = [since_and_before, weekdays_after_week_words, weeks_then_weekday, parts_of_months,
+         weekends_of_months, beginning_of_week, quarters_and_seasons, rolling_windows, deadlines,
+         counts_no_date, ranges_between, native_numbers, week_words, named_years, apostrophe_years,
+         holidays, lunch, days_from_an_event, sino_korean_counts, weekly_each]
 
 
 def periods():

@@ -18,6 +18,7 @@
 #include "analysis/pattern_search.h"
 #include "analysis/tagger.h"
 #include "calendar/arith.h"
+#include "calendar/calendar.h"
 #include "dict/btrie.h"
 #include "dict/chain_index.h"
 #include "driver/time_string.h"
@@ -78,6 +79,8 @@ class ResultBuilder {
 
   void Add(DTINFO* rec, const Marks& marks);
   std::vector<Found> Take() { return std::move(results_); }
+  // The records added so far, by number.
+  std::vector<const DTINFO*> added_;
 
  private:
   Found& tail() { return results_.back(); }
@@ -89,7 +92,20 @@ class ResultBuilder {
   }
   void Append(Found&& node, DTINFO* rec, const char* what = "a result") {
     Say(what);
+    // The other weekdays of a weekly list, each a result of its own.
+    const std::vector<std::string>* others =
+        places_ != nullptr && node.node.spanFlag == 0
+            ? &(*places_)[static_cast<size_t>(record_)].alsoStarts
+            : nullptr;
     results_.push_back(std::move(node));
+    if (others != nullptr) {
+      for (const std::string& start : *others) {
+        Found other = results_.back();
+        std::memcpy(other.node.startTime, start.c_str(), 15);
+        Say("and the same on another weekday of its list");
+        results_.push_back(std::move(other));
+      }
+    }
     previous_ = rec;
     previousRecord_ = record_;
   }
@@ -106,6 +122,19 @@ class ResultBuilder {
     std::memcpy(n.startTime, kOpenTime, 15);
     std::memset(n.startFlags, 0, 3);
     n.spanFlag = 1;
+    // Under the reader rules a window after an event opens at the event
+    // (만기 후 한 달 이내).
+    if (places_ != nullptr) {
+      const Tie& tie = (*places_)[static_cast<size_t>(record_)].tie;
+      if (tie.after && tie.base >= 0 && static_cast<size_t>(tie.base) < added_.size()) {
+        const DTINFO* event = added_[static_cast<size_t>(tie.base)];
+        DT2Char(event, n.startTime);
+        n.startFlags[0] = event->hasDate;
+        n.startFlags[1] = event->hasTime;
+        n.startFlags[2] = event->hasAmPm;
+        return Append(std::move(node), rec, "an end, its span open at the event it follows");
+      }
+    }
     Append(std::move(node), rec, "an end, its span open at the start");
   }
   // The end closes the open start at the tail.
@@ -115,6 +144,14 @@ class ResultBuilder {
       return OpenStart(std::move(node), rec);
     }
     Say("the end of the span before it");
+    if (SubstituteHoliday(*previous_, rec)) {
+      Say("a lunar holiday with a Sunday in it: its substitute day too");
+      char* end = nullptr;
+      int32_t date[3] = {rec->year, rec->month, WAdd(rec->day, 1)};
+      int32_t time[3] = {kUnset, kUnset, kUnset};
+      end = dateTimeRevalidate(date, time);
+      TakeTime(end, node.node.startTime);
+    }
     std::memcpy(tail().node.endTime, node.node.startTime, 15);
     std::memcpy(tail().node.endFlags, node.node.startFlags, 3);
     tail().marks = UnionOfOnes(tail().marks, node.marks);
@@ -147,6 +184,23 @@ class ResultBuilder {
     return false;
   }
   const Found& tail() const { return results_.back(); }
+  // Under the reader rules the three days off of 설 or 추석 (lunar, from the
+  // day before to the day after) that take in a Sunday run one day longer:
+  // the substitute holiday the law has given since 2014.
+  bool SubstituteHoliday(const DTINFO& start, const DTINFO* end) const {
+    if (places_ == nullptr || start.lunar != 1 || end->lunar != 1 || start.year < 2014 ||
+        start.year != end->year) {
+      return false;
+    }
+    int32_t days = 0;
+    for (int32_t m = start.month; m < end->month; ++m) days += LastDayOfMonth(start.year, m);
+    days += end->day - start.day;
+    if (days != 2) return false;
+    for (int32_t k = 0; k <= 2; ++k) {
+      if ((start.weekday + k) % 7 == 0) return true;
+    }
+    return false;
+  }
 
   const InputMap& map_;
   Trace* const trace_;
@@ -220,6 +274,9 @@ bool ResultBuilder::Span(Found* node, DTINFO* rec, int32_t duration) {
 
 void ResultBuilder::Add(DTINFO* rec, const Marks& marks) {
   ++record_;
+  if (places_ != nullptr && (*places_)[static_cast<size_t>(record_)].absorbed) {
+    return Say("taken into the count right after it");
+  }
   if (IsSet(rec->year) && rec->year > LastYear()) return Say("dropped: after the last year");
   if (BeforeWindow(rec)) return Say("dropped: before the first year");
   Found node = NewNode(rec, marks, map_);
@@ -414,6 +471,7 @@ std::vector<Found> BuildResults(DTINFO* restored, const std::vector<Marks>& mark
   size_t k = 0;
   for (DTINFO* rec = restored; rec != nullptr; rec = rec->next, ++k) {
     builder.Add(rec, k < marks.size() ? marks[k] : kNone);
+    builder.added_.push_back(rec);
   }
   return builder.Take();
 }
@@ -440,6 +498,10 @@ std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
       Normalise(&work, 10 * static_cast<size_t>(n), d.replacements));
   const int32_t w = static_cast<int32_t>(work.size());
   Trace* const trace = ActiveTrace();
+  // The reader rules read a list of weekdays of a weekly expression as one
+  // of them and make the others' results beside it.
+  std::vector<WeekdayList> weekdayLists;
+  if (CurrentRules().reader) weekdayLists = RewriteWeekdayLists(&work);
   if (trace != nullptr) {
     trace->input.assign(text, static_cast<size_t>(n));
     TraceText(replacements.get(), work, trace);
@@ -461,8 +523,9 @@ std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
   std::unique_ptr<ReaderText> reader;
   if (CurrentRules().reader) reader = std::make_unique<ReaderText>(work.c_str(), w);
   std::vector<Marks> covered;
+  std::vector<Tie> ties;
   std::unique_ptr<DTINFO, ListDeleter> compounded(
-      Compound(records.get(), found, ctx->reference, work.c_str(), &covered, reader.get()));
+      Compound(records.get(), found, ctx->reference, work.c_str(), &covered, reader.get(), &ties));
   records.reset();
   found.clear();
   if (trace != nullptr) {
@@ -471,7 +534,26 @@ std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
   std::vector<Placement> places;
   if (reader != nullptr) {
     places.reserve(covered.size());
-    for (const Marks& m : covered) places.push_back(reader->Place(m));
+    for (size_t k = 0; k < covered.size(); ++k) {
+      places.push_back(reader->Place(covered[k]));
+      Placement& place = places.back();
+      if (k < ties.size()) place.tie = ties[k];
+      for (const WeekdayList& list : weekdayLists) {
+        if (place.begin < list.end && list.begin < place.end) place.alsoWeekdays = list.others;
+      }
+    }
+    // A date and the count right after it are one expression: the count's
+    // (크리스마스 전날 is the 24th), over the bytes of both.
+    std::vector<const DTINFO*> records;
+    for (const DTINFO* r = compounded.get(); r != nullptr; r = r->next) records.push_back(r);
+    for (size_t k = 0; k < places.size() && k < records.size(); ++k) {
+      const Tie& tie = places[k].tie;
+      if (!tie.joined || tie.base < 0 || static_cast<size_t>(tie.base) >= k) continue;
+      const DTINFO* base = records[static_cast<size_t>(tie.base)];
+      if (IsSet(base->duration) || IsSet(base->spanKind)) continue;  // part of a span
+      places[static_cast<size_t>(tie.base)].absorbed = true;
+      covered[k] = UnionOfOnes(covered[k], covered[static_cast<size_t>(tie.base)]);
+    }
   }
   if (Restore(compounded.get(), ctx->reference, ctx.get(), reader != nullptr ? &places : nullptr) ==
       nullptr) {

@@ -136,42 +136,64 @@ void Count(const DTINFO& p, const Marks& pm, DTINFO* b, const DTINFO& ref, int32
 }  // namespace
 
 DTINFO* Compound(DTINFO* list, const std::vector<Marks>& marks, DTINFO* reference,
-                 const char* text, std::vector<Marks>* out, const ReaderText* reader) {
+                 const char* text, std::vector<Marks>* out, const ReaderText* reader,
+                 std::vector<Tie>* ties) {
   out->assign(1, Marks());
+  std::vector<Tie> noTies;
+  if (ties == nullptr) ties = &noTies;
+  ties->assign(1, Tie());
   DTINFO* compound = NewCompound();
   if (list == nullptr || reference == nullptr) return compound;
   DTINFO* first = compound;
   DTINFO* base = reference;
   std::vector<DTINFO*> compounds = {compound};
-  std::vector<bool> derived = {false};  // counted from an earlier expression
   const auto next = [&] {
     DTINFO* c = NewCompound();
     compound->next = c;
     compound = c;
     out->emplace_back();
+    ties->emplace_back();
     compounds.push_back(c);
-    derived.push_back(false);
   };
   Trace* const trace = ActiveTrace();
-  // The reader's base of a count at byte `at`: an earlier compound the text
-  // ties it to, or the reference.  Compounds are placed once they are
-  // closed (the one a count goes into is no base of it).
+  // The reader's base of a count at byte `at`: the number of an earlier
+  // compound the text ties it to, or -1 for the reference.  Compounds are
+  // placed once they are closed (the one a count goes into is no base of
+  // it).
   std::vector<Earlier> before;
-  std::vector<size_t> index;
+  std::vector<int32_t> index;
   size_t placed = 0;
-  const auto readerBase = [&](int32_t at) -> DTINFO* {
+  const auto readerBase = [&](int32_t at, bool back, bool* after, bool* joined) -> int32_t {
     for (; placed + 1 < compounds.size(); ++placed) {
+      const DTINFO* c = compounds[placed];
       const Placement place = reader->Place((*out)[placed]);
-      if (place.begin < 0) continue;
-      before.push_back({place, compounds[placed]->duration == 2, derived[placed]});
-      index.push_back(placed);
+      if (place.begin < 0 || c->duration == 0) continue;  // a length is no event
+      // The end of a span that a start just before it in the sentence opened.
+      int32_t spanStart = -1;
+      if (!before.empty() && before.back().place.sentence == place.sentence) {
+        const DTINFO* prev = compounds[static_cast<size_t>(index.back())];
+        if (prev->duration == 3 || (prev->duration == 1 && c->duration == 2)) {
+          spanStart = static_cast<int32_t>(before.size()) - 1;
+        }
+      }
+      before.push_back({place, c->duration == 2 && spanStart < 0, (*ties)[placed].base >= 0,
+                        spanStart});
+      index.push_back(static_cast<int32_t>(placed));
     }
     std::string why;
-    const int32_t b = reader->CountBase(at, before, &why);
+    const int32_t b = reader->CountBase(at, before, back, after, joined, &why);
     if (trace != nullptr) Trace::Note(&trace->compoundNotes, compounds.size() - 1, why);
-    if (b < 0) return reference;
-    derived.back() = true;
-    return compounds[index[static_cast<size_t>(b)]];
+    return b < 0 ? -1 : index[static_cast<size_t>(b)];
+  };
+  // Under the reader rules only blanks inside one sentence join two
+  // records: what the whole call joins across other words, they keep apart.
+  // A repetition with no date or time of its own (매일, 매주) goes with
+  // what follows it, not with what it follows.
+  const auto collides = [&](const DTINFO* p, const Marks& pm) {
+    if (CheckCollision(compound, p, text) == 1) return true;
+    if (reader == nullptr || out->back().empty() || pm.empty()) return false;
+    if (!HasDateOrTime(*p) && HasDateOrTime(*compound)) return true;
+    return !reader->Joins(out->back().back().end, pm.front().begin);
   };
   size_t k = 0;
   for (DTINFO* p = list; p != nullptr; p = p->next, ++k) {
@@ -181,28 +203,48 @@ DTINFO* Compound(DTINFO* list, const std::vector<Marks>& marks, DTINFO* referenc
     if (p->duration == 0 && IsSet(p->month) && IsSet(p->day)) p->duration = kUnset;
     const bool counted = p->relKind == 2 || p->relKind == -2;
     if (!counted) {
-      if (CheckCollision(compound, p, text) == 1) next();
+      if (collides(p, pm)) next();
       if (p->relKind == 5 && IsSet(p->second)) {
         compound->ampm = reference->hour >= 12 && reference->hour <= 23 ? 1 : 0;
       }
       Copy(*p, pm, compound, &out->back());
-    } else {
-      if (CheckCollision(compound, p, text) == 1) {
-        base = compound;  // later counts start from what was just closed
-        if (p->duration != -1) next();
-      }
-      if (reader != nullptr) {
-        int32_t at = -1;
-        for (const MarkRun& m : pm) {
-          if (m.value == 1) {
-            at = m.begin;
-            break;
-          }
-        }
-        base = readerBase(at);
-      }
-      Count(*p, pm, base, *reference, p->relKind == 2 ? 1 : -1, compound, &out->back());
+      continue;
     }
+    if (collides(p, pm)) {
+      base = compound;  // later counts start from what was just closed
+      if (p->duration != -1) next();
+    }
+    const int32_t s = p->relKind == 2 ? 1 : -1;
+    if (reader == nullptr) {
+      Count(*p, pm, base, *reference, s, compound, &out->back());
+      continue;
+    }
+    bool after = false, joined = false;
+    // Folded records keep the sign of a count in its fields (3일 전: day -3).
+    bool back = s < 0;
+    for (int32_t DTINFO::*f : {&DTINFO::year, &DTINFO::month, &DTINFO::day, &DTINFO::week,
+                               &DTINFO::hour, &DTINFO::minute, &DTINFO::second}) {
+      if (IsSet(p->*f) && p->*f != 0) back = (s * p->*f) < 0;
+    }
+    const int32_t tiedTo =
+        pm.empty() ? -1 : readerBase(pm.front().begin, back, &after, &joined);
+    if (tiedTo < 0) {
+      Count(*p, pm, reference, *reference, s, compound, &out->back());
+      continue;
+    }
+    // Counted from an expression not yet resolved: its offsets wait for it.
+    Tie& tie = ties->back();
+    tie.base = tiedTo;
+    tie.after = after;
+    tie.joined = joined;
+    for (const auto& [field, offset] :
+         {std::pair{&DTINFO::year, &Tie::year}, std::pair{&DTINFO::month, &Tie::month},
+          std::pair{&DTINFO::day, &Tie::day}, std::pair{&DTINFO::week, &Tie::week},
+          std::pair{&DTINFO::hour, &Tie::hour}, std::pair{&DTINFO::minute, &Tie::minute},
+          std::pair{&DTINFO::second, &Tie::second}}) {
+      if (IsSet(p->*field)) tie.*offset = WAdd(IsSet(tie.*offset) ? tie.*offset : 0, WMul(s, p->*field));
+    }
+    CopyCommon(*p, pm, compound, &out->back());
   }
   return first;
 }

@@ -14,11 +14,14 @@ namespace eti {
 
 // CompoundDTInfo over records whose marks are `marks` (one per record, in
 // list order): the new compounds, their compoundMarks left unset, and in
-// `out` what each covers, in list order.  With `reader`, a count counts
-// from the reference unless the text ties it to an earlier expression
-// (ReaderText::CountBase) instead of from whatever came before it.
+// `out` what each covers, in list order.  With `reader`, records join only
+// across blanks inside one sentence, and a count counts from the reference
+// unless the text ties it to an earlier expression (ReaderText::CountBase):
+// then it is left for restoration to count from that expression once
+// resolved, and `ties` (one per compound) says which.
 DTINFO* Compound(DTINFO* list, const std::vector<Marks>& marks, DTINFO* reference,
-                 const char* text, std::vector<Marks>* out, const ReaderText* reader = nullptr);
+                 const char* text, std::vector<Marks>* out, const ReaderText* reader = nullptr,
+                 std::vector<Tie>* ties = nullptr);
 
 }  // namespace eti
 

@@ -8,7 +8,9 @@
 namespace eti {
 namespace {
 
-bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+// Blanks, and the underscores that a replacement leaves for a word it
+// takes out (설 바로 다음다음날: 바로 is written as blanks after the date).
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '_'; }
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool IsLead(char c) { return static_cast<unsigned char>(c) >= 0x80; }
 
@@ -86,6 +88,10 @@ const std::vector<std::string>& DayEnds() {
 // After or before the event: 만기 후 한 달 이내, 종료 후 이틀 이내.
 const std::vector<std::string>& AroundWords() {
   static const std::vector<std::string> w = Words({"후", "전", "뒤", "이후", "이전"});
+  return w;
+}
+const std::vector<std::string>& AfterWords() {
+  static const std::vector<std::string> w = Words({"후", "뒤", "이후"});
   return w;
 }
 
@@ -187,8 +193,95 @@ Placement ReaderText::Place(int32_t begin, int32_t end) const {
   return p;
 }
 
-int32_t ReaderText::CountBase(int32_t at, const std::vector<Earlier>& before,
-                              std::string* why) const {
+std::vector<WeekdayList> RewriteWeekdayLists(std::string* text) {
+  static const std::vector<std::string> kDays = Words({"일", "월", "화", "수", "목", "금", "토"});
+  static const std::string kDot = Cp949("·"), kYoil = Cp949("요일"), kYol = Cp949("욜"),
+                           kMada = Cp949("마다"), kEvery = Cp949("매주");
+  std::vector<WeekdayList> lists;
+  std::string& t = *text;
+  const auto weekdayAt = [&](size_t i) -> int32_t {
+    for (int32_t d = 0; d < 7; ++d) {
+      if (t.compare(i, 2, kDays[static_cast<size_t>(d)]) == 0) return d;
+    }
+    return -1;
+  };
+  const auto at = [&](size_t i, const std::string& w) { return t.compare(i, w.size(), w) == 0; };
+  for (size_t i = 0; i + 1 < t.size();) {
+    if (!IsLead(t[i])) {
+      ++i;
+      continue;
+    }
+    // A run of weekday syllables, each after a separator or none.
+    std::vector<int32_t> days;
+    size_t end = i, j = i;
+    while (j + 1 < t.size()) {
+      const int32_t d = weekdayAt(j);
+      if (d < 0) break;
+      days.push_back(d);
+      end = j += 2;
+      size_t k = j;
+      while (k < t.size() && t[k] == ' ') ++k;
+      if (k < t.size() && (t[k] == ',' || t[k] == '/')) {
+        ++k;
+      } else if (at(k, kDot)) {
+        k += kDot.size();
+      } else if (k > j) {
+        break;  // a blank alone ends the list
+      }
+      while (k < t.size() && t[k] == ' ') ++k;
+      j = k;
+    }
+    if (days.size() < 2) {
+      i += 2;
+      continue;
+    }
+    // What makes it a weekly list: 매주 before it, or 마다 after it.
+    size_t before = i;
+    while (before > 0 && t[before - 1] == ' ') --before;
+    const bool every = before >= kEvery.size() && at(before - kEvery.size(), kEvery);
+    size_t after = end;
+    if (at(after, kYoil)) {
+      after += kYoil.size();
+    } else if (at(after, kYol)) {
+      after += kYol.size();
+    }
+    const bool each = at(after, kMada);
+    if (!every && !each) {
+      i = end;
+      continue;
+    }
+    const int32_t last = days.back();
+    WeekdayList list;
+    list.begin = static_cast<int32_t>(i);
+    days.pop_back();
+    for (int32_t d : days) {
+      if (d != last) list.others.push_back(d);
+    }
+    const size_t stop = each ? after + kMada.size() : after;
+    std::string rewritten(stop - i, ' ');
+    if (each) rewritten.replace(0, kEvery.size(), kEvery);
+    rewritten.replace(rewritten.size() - 4, 2, kDays[static_cast<size_t>(last)]);
+    rewritten.replace(rewritten.size() - 2, 2, kYol);
+    t.replace(i, stop - i, rewritten);
+    list.end = static_cast<int32_t>(stop);
+    lists.push_back(std::move(list));
+    i = stop;
+  }
+  return lists;
+}
+
+int32_t ReaderText::CountBase(int32_t at, const std::vector<Earlier>& before, bool back,
+                              bool* after, bool* joined, std::string* why) const {
+  const int32_t k = Base(at, before, after, joined, why);
+  if (k < 0 || !back) return k;
+  const int32_t start = before[static_cast<size_t>(k)].spanStart;
+  return start >= 0 ? start : k;
+}
+
+int32_t ReaderText::Base(int32_t at, const std::vector<Earlier>& before, bool* after,
+                         bool* joined, std::string* why) const {
+  *after = false;
+  *joined = false;
   if (before.empty()) {
     *why = "counts from the reference: nothing comes before it";
     return -1;
@@ -218,6 +311,7 @@ int32_t ReaderText::CountBase(int32_t at, const std::vector<Earlier>& before,
     if (!w.empty() && AnyEquals(w, ThroughWords()) && wordBegin >= last.end) gapEnd = wordBegin;
     if (Blank(last.end, gapEnd)) {
       *why = "counts from the expression it follows";
+      *joined = true;
       return static_cast<int32_t>(before.size()) - 1;
     }
   }
@@ -231,6 +325,7 @@ int32_t ReaderText::CountBase(int32_t at, const std::vector<Earlier>& before,
   }
   // After or before an event: the event is the word before that.
   if (AnyEquals(w, AroundWords())) {
+    *after = AnyEquals(w, AfterWords());
     int32_t b = 0;
     w = WordBefore(wordBegin, &b);
     wordBegin = b;

@@ -20,12 +20,47 @@ namespace eti {
 // has passed, 오는 5일 the one to come.
 enum class Direction { kNone, kPast, kFuture };
 
+// A count that the text ties to an earlier expression (방문 3시간 전,
+// 출고일 전날): it is counted from that expression once it is resolved.
+struct Tie {
+  int32_t base = -1;    // the number of the expression it counts from; -1 for none
+  bool after = false;   // 만기 후 한 달 이내: a window that opens at the base
+  bool joined = false;  // 크리스마스 전날: the two are one expression
+  // The signed offsets of the count, ETI_UNSET where it has none.
+  int32_t year = ETI_UNSET, month = ETI_UNSET, day = ETI_UNSET, week = ETI_UNSET,
+          hour = ETI_UNSET, minute = ETI_UNSET, second = ETI_UNSET;
+};
+
 // Where an expression stands in the normalised text.
 struct Placement {
   int32_t begin = -1, end = -1;  // bytes of the normalised text; -1 when unknown
   int32_t sentence = -1;
   Direction direction = Direction::kNone;
+  Tie tie;
+  // The date a count right after it counts from, and no result of its own
+  // (크리스마스 in 크리스마스 전날).
+  bool absorbed = false;
+  // A weekly expression of several weekdays (매주 월·수·금): the weekdays
+  // besides the one it was read as (0 Sunday .. 6 Saturday), and, once
+  // resolved, the first time of each as a time string.
+  std::vector<int32_t> alsoWeekdays;
+  std::vector<std::string> alsoStarts;
 };
+
+// Several weekdays of a weekly expression, in the normalised text: bytes
+// [begin, end), and the weekdays (0 Sunday .. 6 Saturday) besides the one
+// the text now reads.
+struct WeekdayList {
+  int32_t begin = 0, end = 0;
+  std::vector<int32_t> others;
+};
+
+// Rewrites each list of weekdays of a weekly expression (매주 월·수·금, 매주
+// 화목, 월수금마다, 화, 목요일마다) into the same number of bytes that read
+// as one weekly weekday, the list's last (매주 and blanks, then 금욜), so that
+// the tags and patterns read it; returns where each list was and the
+// weekdays left out, for their results to be made beside it.
+std::vector<WeekdayList> RewriteWeekdayLists(std::string* text);
 
 // An expression before a count, as the count's base may be chosen among
 // them.
@@ -33,6 +68,7 @@ struct Earlier {
   Placement place;
   bool endOnly = false;  // it ends a span, with no start of its own (a deadline)
   bool derived = false;  // it was itself counted from another expression
+  int32_t spanStart = -1;  // the index of the start of the span it closes, if any
 };
 
 class ReaderText {
@@ -58,11 +94,23 @@ class ReaderText {
   // latest earlier expression that ends no span), or to the latest earlier
   // expression when it points back (그 전날, 그다음 날); otherwise it counts
   // from the reference (한 달 전에 보낸 견적서).  *why says which.
-  int32_t CountBase(int32_t at, const std::vector<Earlier>& before, std::string* why) const;
+  // A count back from a span counts from its start (그 전날: the day before
+  // a trip), a count on from its end.
+  int32_t CountBase(int32_t at, const std::vector<Earlier>& before, bool back, bool* after,
+                    bool* joined, std::string* why) const;
+
+  // Whether only blanks stand between the bytes `from` and `to` of one
+  // sentence: what the reader rules let join into one expression.
+  bool Joins(int32_t from, int32_t to) const {
+    return from <= to && SentenceOf(from) == SentenceOf(to) && Blank(from, to);
+  }
 
   std::string_view text() const { return text_; }
 
  private:
+  // CountBase, without the span start for a count back.
+  int32_t Base(int32_t at, const std::vector<Earlier>& before, bool* after, bool* joined,
+               std::string* why) const;
   // The bytes [from, to) hold only blanks.
   bool Blank(int32_t from, int32_t to) const;
   // The word (a run of non-blank bytes) that ends at or before byte `at`,

@@ -74,10 +74,12 @@ struct LunarDate {
   }
 };
 
+// Whether n comes after ref: on the date, or on the date and time.
+bool AfterReferenceOf(const DTINFO& n, const DTINFO& ref, bool timeStated);
+
 class Restorer {
  public:
-  Restorer(DTINFO* head, DTINFO* ref, const ETS_CONTEXT* ctx,
-           const std::vector<Placement>* places)
+  Restorer(DTINFO* head, DTINFO* ref, const ETS_CONTEXT* ctx, std::vector<Placement>* places)
       : first_(head), ref_(ref), ctx_(ctx), dateAnchor_(ref), timeAnchor_(ref), places_(places),
         trace_(ActiveTrace()) {}
 
@@ -114,7 +116,7 @@ class Restorer {
 
   // The reader rules' view of the records (NULL under the whole call's):
   // where each stands, sentence and direction word.
-  const std::vector<Placement>* places_;
+  std::vector<Placement>* places_;
   Trace* const trace_;
   size_t index_ = 0;  // the number of the record being restored
   // The record closes the range, or the open start, of the record before
@@ -129,14 +131,22 @@ class Restorer {
   bool hasTopic_ = false;
   DTINFO topic_{};
 
+  void OtherWeekdays(const DTINFO& n, bool timeStated, Placement* place);
   const Placement* Here() const {
     return places_ != nullptr && index_ < places_->size() ? &(*places_)[index_] : nullptr;
   }
   void Say(const std::string& note) {
     if (trace_ != nullptr) Trace::Note(&trace_->resolveNotes, index_, note);
   }
-  void AgreeWithWeekday(DTINFO* n, int32_t weekday, bool yearTaken, bool timeStated);
-  void KeepRecentMonth(DTINFO* n, bool timeStated);
+  void AgreeWithWeekday(DTINFO* n, const DTINFO& stated, int32_t weekday, bool yearTaken,
+                        bool timeStated);
+  void CountFromBase(DTINFO* n, const Tie& tie);
+  // The records restored so far, by number.
+  std::vector<const DTINFO*> done_;
+  bool KeepRecentPast(DTINFO* n, const DTINFO& stated, bool period, bool timeStated);
+  const DTINFO* SeriesStart() const;
+  bool KeepSpanInProgress(DTINFO* n, const DTINFO& stated, bool timeStated);
+  DTINFO series_{};  // the day a series is counted from
 };
 
 void Restorer::Day(DTINFO* n, bool* dayTaken) {
@@ -325,14 +335,17 @@ void Restorer::SameDayAsReference(DTINFO* n, bool onlyTime) {
   }
 }
 
-bool Restorer::AfterReference(const DTINFO& n, bool timeStated) const {
+bool AfterReferenceOf(const DTINFO& n, const DTINFO& ref, bool timeStated) {
   const int32_t a[6] = {n.year, n.month, n.day, n.hour, n.minute, n.second};
-  const int32_t b[6] = {ref_->year, ref_->month, ref_->day, ref_->hour, ref_->minute,
-                        ref_->second};
+  const int32_t b[6] = {ref.year, ref.month, ref.day, ref.hour, ref.minute, ref.second};
   for (int k = 0; k < (timeStated ? 6 : 3); ++k) {
     if (a[k] != b[k]) return a[k] > b[k];
   }
   return false;
+}
+
+bool Restorer::AfterReference(const DTINFO& n, bool timeStated) const {
+  return AfterReferenceOf(n, *ref_, timeStated);
 }
 
 // The record through the calendar: dateTimeRevalidate for its checks, then
@@ -411,11 +424,19 @@ bool Restorer::Restore(DTINFO* n) {
   const Placement* here = Here();
   const Placement* before = here != nullptr && index_ > 0 ? &(*places_)[index_ - 1] : nullptr;
   struct Next {
-    size_t* index;
-    ~Next() { ++*index; }
-  } next{&index_};
+    Restorer* r;
+    DTINFO* n;
+    ~Next() {
+      r->done_.push_back(n);
+      ++r->index_;
+    }
+  } next{this, n};
   if (IsSet(n->year) && n->year > rules.maxYear) return true;
   if (n->duration == 0) return true;  // a length of time is no moment
+  if (here != nullptr && here->tie.base >= 0 &&
+      static_cast<size_t>(here->tie.base) < done_.size()) {
+    CountFromBase(n, here->tie);
+  }
 
   // The end of a range, or what follows an open start, is placed after
   // that start; the reader rules join the two only inside one sentence.
@@ -438,6 +459,9 @@ bool Restorer::Restore(DTINFO* n) {
   const bool timeOnly = !IsSet(n->year) && !IsSet(n->month) && !IsSet(n->day) &&
                         !IsSet(n->week) && !IsSet(n->weekday) &&
                         (IsSet(n->hour) || IsSet(n->minute) || IsSet(n->second));
+  const bool repeats = IsSet(n->repeatYear) || IsSet(n->repeatMonth) || IsSet(n->repeatWeek) ||
+                       IsSet(n->repeatDay);
+  const DTINFO* seriesStart = here != nullptr && repeats && !joined_ ? SeriesStart() : nullptr;
   if (endFollowsStart) {
     anchor_ = previous_;
   } else if (here == nullptr) {
@@ -445,12 +469,29 @@ bool Restorer::Restore(DTINFO* n) {
   } else if (joined_) {
     anchor_ = previous_;
     Say("takes its date from the start of its span");
-  } else if (timeOnly && hasTopic_) {
+  } else if (seriesStart != nullptr) {
+    // The first time a series comes on or after the start before it
+    // (1월 11일부터 매주 월요일, 3월부터 매달 25일): counted as after the
+    // day before that start, or on that day for a time of every day.
+    series_ = *seriesStart;
+    series_.hour = 0;
+    series_.minute = 0;
+    series_.second = 0;
+    if (!timeOnly) {
+      series_.day = WSub(series_.day, 1);
+      ModifyDTInfo(&series_, 0, ctx_);
+    }
+    anchor_ = now_ = &series_;
+    Say("a series: its first time on or after the start before it");
+  } else if (timeOnly && hasTopic_ && !repeats) {
     anchor_ = &topic_;
     Say("a bare time: takes the day of the latest expression that stated one");
   } else {
     anchor_ = ref_;
   }
+  // A bare month, a month and day: the text gave no year.
+  const bool bareMonth = n->spanKind == 1 && n->spanMonth == 1 && IsSet(n->month) &&
+                         !IsSet(n->year) && !IsSet(n->week) && !IsSet(n->weekday);
   const DTINFO& a = *anchor_;
   const bool weekdayOnly = !IsSet(n->day) && IsSet(n->weekday) && !IsSet(n->week);
   const bool weekOfMonth = !IsSet(n->day) && IsSet(n->weekday) && IsSet(n->week);
@@ -504,13 +545,18 @@ bool Restorer::Restore(DTINFO* n) {
   if (n->year > rules.maxYear) return true;  // left for the pipeline to drop
   if (!Normalise(n, timeStated)) return false;
 
+  bool movedBack = false;  // placed in the recent past by the reader rules
   if (here != nullptr && !closesRange && !past) {
     if (IsSet(statedWeekday) && !lunar.active && fill != Fill::kNeither) {
-      AgreeWithWeekday(n, statedWeekday, fill == Fill::kYear, timeStated);
+      AgreeWithWeekday(n, stated, statedWeekday, fill == Fill::kYear, timeStated);
     }
-    if (fill == Fill::kYear && n->spanKind == 1 && n->spanMonth == 1 && !IsSet(n->week) &&
-        !IsSet(n->weekday)) {
-      KeepRecentMonth(n, timeStated);
+    if (fill == Fill::kYear && seriesStart == nullptr && n->lunar != 1 &&
+        (bareMonth || !IsSet(n->spanKind)) && KeepRecentPast(n, stated, bareMonth, timeStated)) {
+      movedBack = true;
+    }
+    if (fill == Fill::kYear && (n->duration == 1 || n->duration == 3) && !lunar.active &&
+        KeepSpanInProgress(n, stated, timeStated)) {
+      movedBack = true;
     }
   }
 
@@ -541,20 +587,67 @@ bool Restorer::Restore(DTINFO* n) {
   // whole period that lies before the reference date.
   const bool stay = joined_ || (n->spanKind == 1 && DateBefore(*n, *ref_));
   previous_ = n;
-  previousPast_ = past;
+  previousPast_ = past || movedBack;
   if (!stay) dateAnchor_ = timeAnchor_ = n;
+  if (here != nullptr && !here->alsoWeekdays.empty()) {
+    OtherWeekdays(*n, timeStated, &(*places_)[index_]);
+  }
+  // The topic of a bare time after it: its day, or its span's first day.
   if (here != nullptr && n->hasDate == 1 && n->spanKind != 1) {
     hasTopic_ = true;
-    topic_ = stated;
+    topic_ = joined_ ? topic_ : stated;
   }
   return true;
+}
+
+// The first time of each other weekday of a weekly list (매주 월·수·금), at
+// the time of the one resolved: the nearest such day whose moment is not
+// before the moment the resolved one was counted from.
+void Restorer::OtherWeekdays(const DTINFO& n, bool timeStated, Placement* place) {
+  place->alsoStarts.clear();
+  for (const int32_t w : place->alsoWeekdays) {
+    DTINFO other = n;
+    other.day = WAdd(n.day, (w - n.weekday % 7 + 14) % 7);
+    DTINFO earlier = other;
+    earlier.day = WSub(earlier.day, 7);
+    if (!Normalise(&earlier, timeStated)) continue;
+    if (AfterReferenceOf(earlier, *now_, timeStated)) other = earlier;
+    if (!Normalise(&other, timeStated)) continue;
+    char time[15];
+    DT2Char(&other, time);
+    place->alsoStarts.emplace_back(time, 14);
+  }
+}
+
+// A count the text tied to an earlier record, counted from that record as
+// resolved: its date moved by the count's days, weeks, months and years;
+// its time by the count's hours and minutes (from the record's time, or
+// midnight), or its own, or none.
+void Restorer::CountFromBase(DTINFO* n, const Tie& tie) {
+  const DTINFO& b = *done_[static_cast<size_t>(tie.base)];
+  const auto add = [](int32_t v, int32_t offset) { return IsSet(offset) ? WAdd(v, offset) : v; };
+  n->year = add(b.year, tie.year);
+  n->month = add(b.month, tie.month);
+  n->day = add(b.day, tie.day);
+  if (IsSet(tie.week)) n->day = WAdd(n->day, WMul(7, tie.week));
+  n->week = kUnset;
+  n->weekday = kUnset;
+  if (IsSet(tie.hour) || IsSet(tie.minute) || IsSet(tie.second)) {
+    const bool timed = b.hasTime == 1;
+    n->hour = add(timed ? b.hour : 0, tie.hour);
+    n->minute = add(timed ? b.minute : 0, tie.minute);
+    n->second = add(timed ? b.second : 0, tie.second);
+    n->ampm = n->hour >= 12 ? 1 : 0;
+  }
+  n->relKind = 0;
+  Say("counted from record " + std::to_string(tie.base));
 }
 
 // A weekday written with a day picks, among the neighbouring years (a
 // month and day) or months (a day alone), the one where the two agree,
 // nearest the reference; when none does, the one nearest the reference.
-void Restorer::AgreeWithWeekday(DTINFO* n, int32_t weekday, bool yearTaken, bool timeStated) {
-  if (n->weekday % 7 == weekday) return;
+void Restorer::AgreeWithWeekday(DTINFO* n, const DTINFO& stated, int32_t weekday,
+                                bool yearTaken, bool timeStated) {
   const auto daysFrom = [weekday](int32_t y, int32_t m, int32_t d) {
     ETI_TM tm{};
     tm.tm_year = y - 1900;
@@ -565,11 +658,12 @@ void Restorer::AgreeWithWeekday(DTINFO* n, int32_t weekday, bool yearTaken, bool
     return std::make_pair(s / 86400, tm.tm_wday == static_cast<int>(weekday) && tm.tm_mday == d);
   };
   const int64_t today = daysFrom(ref_->year, ref_->month, ref_->day).first;
-  int32_t best[2] = {n->year, n->month};
+  if (daysFrom(stated.year, stated.month, stated.day).second) return;
+  int32_t best[2] = {stated.year, stated.month};
   int64_t bestDistance = -1;
   bool bestAgrees = false;
   for (int32_t step = -1; step <= 1; ++step) {
-    int32_t y = n->year, m = n->month;
+    int32_t y = stated.year, m = stated.month;
     if (yearTaken) {
       y += step;
     } else {
@@ -583,7 +677,7 @@ void Restorer::AgreeWithWeekday(DTINFO* n, int32_t weekday, bool yearTaken, bool
       }
     }
     if (y < CurrentRules().minYear || y > CurrentRules().maxYear) continue;
-    const auto [days, agrees] = daysFrom(y, m, n->day);
+    const auto [days, agrees] = daysFrom(y, m, stated.day);
     const int64_t distance = days > today ? days - today : today - days;
     if (bestDistance < 0 || (agrees && !bestAgrees) ||
         (agrees == bestAgrees && distance < bestDistance)) {
@@ -593,22 +687,81 @@ void Restorer::AgreeWithWeekday(DTINFO* n, int32_t weekday, bool yearTaken, bool
       bestAgrees = agrees;
     }
   }
-  if (best[0] == n->year && best[1] == n->month) return;
+  if (best[0] == stated.year && best[1] == stated.month) return;
   Say(bestAgrees ? "its weekday chose the year or month where the two agree"
                  : "its weekday agrees with no year near: the one nearest the reference");
+  *n = stated;
   n->year = best[0];
   n->month = best[1];
-  if (!Normalise(n, timeStated)) return;
+  Normalise(n, timeStated);
 }
 
-// A bare month that ended last month is last month (11월 통계, read in
-// December), not the one eleven months on.
-void Restorer::KeepRecentMonth(DTINFO* n, bool timeStated) {
-  const int32_t back = (ref_->year - n->year) * 12 + (ref_->month - n->month);
-  if (back != -11) return;  // placed a year on, one month back
-  Say("a bare month that ended last month: that one");
-  n->year = WSub(n->year, 1);
-  Normalise(n, timeStated);
+// A month and day, or a bare month, that the future rules placed a year on
+// is last year's when that one lies in the recent past: 12월 2일 read on 10
+// December is eight days ago, 11월 last month, not dates eleven months on.
+bool Restorer::KeepRecentPast(DTINFO* n, const DTINFO& stated, bool period, bool timeStated) {
+  if (n->year != WAdd(ref_->year, 1)) return false;
+  const auto days = [](int32_t y, int32_t m, int32_t d) {
+    ETI_TM tm{};
+    tm.tm_year = y - 1900;
+    tm.tm_mon = m - 1;
+    tm.tm_mday = d;
+    return date2Sec(&tm) / 86400;
+  };
+  const int32_t year = ref_->year;
+  const int32_t day = period ? LastDayOfMonth(year, stated.month) : stated.day;
+  const int64_t back = days(ref_->year, ref_->month, ref_->day) - days(year, stated.month, day);
+  // A date up to six weeks back; a month that ended last month.
+  const bool recent = period ? back >= 0 && back <= 31 : back > 0 && back <= 45;
+  if (!recent) return false;
+  Say(period ? "a bare month that ended last month: that one"
+             : "a date of the last weeks: that one, not next year's");
+  *n = stated;
+  n->year = year;
+  return Normalise(n, timeStated);
+}
+
+// A span of months or days without a year that holds the reference (4분기
+// in November: October to December) is this one, not next year's: its
+// start, which the future rules placed a year on, goes back a year.
+bool Restorer::KeepSpanInProgress(DTINFO* n, const DTINFO& stated, bool timeStated) {
+  const DTINFO* end = n->next;
+  if (n->year != WAdd(ref_->year, 1) || end == nullptr || IsSet(end->year) ||
+      !IsSet(end->month) || (end->duration != 2 && n->duration != 3)) {
+    return false;
+  }
+  const auto days = [](int32_t y, int32_t m, int32_t d) {
+    ETI_TM tm{};
+    tm.tm_year = y - 1900;
+    tm.tm_mon = m - 1;
+    tm.tm_mday = d;
+    return date2Sec(&tm) / 86400;
+  };
+  const int32_t startDay = IsSet(stated.day) ? stated.day : 1;
+  const int32_t endYear = end->month < stated.month ? WAdd(ref_->year, 1) : ref_->year;
+  const int32_t endDay = IsSet(end->day) && end->spanKind != 1
+                             ? end->day
+                             : LastDayOfMonth(endYear, end->month);
+  const int64_t today = days(ref_->year, ref_->month, ref_->day);
+  if (days(ref_->year, stated.month, startDay) > today || days(endYear, end->month, endDay) < today) {
+    return false;
+  }
+  Say("a span that holds the reference: this one");
+  *n = stated;
+  n->year = ref_->year;
+  return Normalise(n, timeStated);
+}
+
+// The start a series follows: the latest start or whole period before it in
+// its sentence.
+const DTINFO* Restorer::SeriesStart() const {
+  const int32_t sentence = (*places_)[index_].sentence;
+  for (size_t j = done_.size(); j-- > 0;) {
+    if (j >= places_->size() || (*places_)[j].sentence != sentence) break;
+    const DTINFO* r = done_[j];
+    if (r->duration == 1 || r->duration == 3 || (r->spanKind == 1 && r->duration != 0)) return r;
+  }
+  return nullptr;
 }
 
 }  // namespace
@@ -619,7 +772,7 @@ using eti::IsSet;
 namespace eti {
 
 DTINFO* Restore(DTINFO* list, DTINFO* reference, ETS_CONTEXT* context,
-                const std::vector<Placement>* places) {
+                std::vector<Placement>* places) {
   if (list == nullptr || reference == nullptr) return nullptr;
   Restorer restorer(list, reference, context, places);
   for (DTINFO* n = list; n != nullptr; n = n->next) {

@@ -15,9 +15,10 @@ namespace eti {
 // rules: a record takes its date from the reference, the start of its span
 // in the same sentence, or, a bare time, the latest day stated; 지난 and
 // 오는 before it send it their way; a weekday written with a day picks the
-// year where they agree.
+// year where they agree.  Writes into `places` the first times of the
+// other weekdays of a weekly list.
 DTINFO* Restore(DTINFO* list, DTINFO* reference, ETS_CONTEXT* context,
-                const std::vector<Placement>* places);
+                std::vector<Placement>* places);
 
 }  // namespace eti
 

@@ -44,11 +44,17 @@ ekr_dictionaries CompiledSet::View() const {
   return {b(settings), b(replace), b(tags), b(patterns), b(units), b(words)};
 }
 
-CompiledSet CompileSourceDir(const std::string& dir, std::vector<SourceError>* errors) {
+CompiledSet CompileSourceDir(const std::string& dir, std::vector<SourceError>* errors,
+                             const std::vector<std::string>& without) {
   CompiledSet set;
   std::string* tries[4] = {&set.replace, &set.tags, &set.patterns, &set.units};
   for (int k = 0; k < 4; ++k) {
-    const auto files = ReadSourceFiles(TrieSourceFiles(dir, kTrieSources[k].base), errors);
+    std::vector<std::string> paths;
+    for (const std::string& p : TrieSourceFiles(dir, kTrieSources[k].base)) {
+      const std::string name = p.substr(p.rfind('/') + 1);
+      if (std::find(without.begin(), without.end(), name) == without.end()) paths.push_back(p);
+    }
+    const auto files = ReadSourceFiles(paths, errors);
     *tries[k] = BuildTrieBlob(TrieEntries(ReadTrieSources(files, kTrieSources[k].kind, errors)));
   }
   std::string error;

@@ -38,9 +38,11 @@ struct CompiledSet {
   ekr_dictionaries View() const;
 };
 
-// The sources of a directory compiled as dictc compiles them.  Every problem
-// found is appended to *errors; the set is usable only when none was.
-CompiledSet CompileSourceDir(const std::string& dir, std::vector<SourceError>* errors);
+// The sources of a directory compiled as dictc compiles them, less the trie
+// source files named in `without`.  Every problem found is appended to
+// *errors; the set is usable only when none was.
+CompiledSet CompileSourceDir(const std::string& dir, std::vector<SourceError>* errors,
+                             const std::vector<std::string>& without = {});
 
 // The set of a tool's --dict DIR: the compiled files when tags.bin is
 // there, otherwise the sources compiled in memory.  Problems go to `err`,

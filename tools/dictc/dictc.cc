@@ -157,8 +157,7 @@ bool DirTraps(const DirArgs& d, std::vector<Trap>* traps, std::ostream& err) {
   const Sources replace = DirSources(d, "replace", &errors), tags = DirSources(d, "tags", &errors);
   const auto replaceEntries = ReadTrieSources(replace, DictKind::kReplace, &errors);
   const auto tagEntries = ReadTrieSources(tags, DictKind::kTag, &errors);
-  CompiledSet set = CompileSourceDir(d.dir, &errors);
-  set.replace = BuildTrieBlob(TrieEntries(replaceEntries));
+  const CompiledSet set = CompileSourceDir(d.dir, &errors, d.without);
   std::vector<std::string> words;
   for (const std::string& list : d.wordLists) {
     std::string error;
