@@ -324,6 +324,17 @@ number stays alone.""")
             e.add(unit + context, "해" + context)
     e.add("년생", "해생")
     e.add("년물", "해물")
+    e.add("년대", "해대")
+    # a range of a few years is a length (2~3년은 걸릴 것): no year
+    for first in range(1, 10):
+        for last in range(first + 1, 11):
+            for dash in ("~", "-"):
+                e.add(f"{first}{dash}{last}년", f"{first}{dash}{last}해")
+    # a number of times a day is how often, not a day (1일 2회)
+    for n in range(1, 10):
+        for times in ("회", "번"):
+            for key in spaced("일", f"{n}{times}"):
+                e.add(key, key.replace("일", "해"))
 
 
 def ranges_between(e):

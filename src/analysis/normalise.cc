@@ -63,9 +63,38 @@ int32_t ReplaceWithin(retTypeBBT* hits, char* text, size_t capacity) {
   return applied;
 }
 
-retTypeBBT* Normalise(std::string* text, size_t capacity, const BTrie* replacements) {
+bool IsGuard(const retTypeBBT* hit) {
+  const size_t n = std::strlen(hit->text);
+  if (std::strlen(hit->value) != n) return false;
+  bool blanked = false;
+  for (size_t i = 0; i < n; ++i) {
+    if (hit->value[i] == '_') {
+      blanked = true;
+    } else if (hit->value[i] != hit->text[i]) {
+      return false;
+    }
+  }
+  return blanked;
+}
+
+retTypeBBT* Normalise(std::string* text, size_t capacity, const BTrie* replacements,
+                      bool keepGuarded) {
   if (!text->empty() && text->back() == '\n') text->pop_back();
   retTypeBBT* hits = removeDuplicatedBBTResult(ETI_getFullDic(text->c_str(), replacements, 1));
+  if (keepGuarded) {
+    // A guard's place is left as it stands: no replacement there at all.
+    retTypeBBT** link = &hits;
+    while (IsHitList(*link)) {
+      retTypeBBT* h = *link;
+      if (!IsGuard(h)) {
+        link = &h->next;
+        continue;
+      }
+      *link = h->next;
+      h->next = nullptr;
+      ETI_free_retTypeBBT(&h);
+    }
+  }
   if (hits == nullptr) return nullptr;
   if (Splice(hits, *text, capacity, text) == 0) {
     ETI_free_retTypeBBT(&hits);  // not even the first replacement fitted
@@ -77,7 +106,7 @@ retTypeBBT* Normalise(std::string* text, size_t capacity, const BTrie* replaceme
 retTypeBBT* Normalise(char* text, size_t capacity, const BTrie* replacements) {
   if (text == nullptr) return nullptr;
   std::string work = text;
-  retTypeBBT* hits = Normalise(&work, capacity, replacements);
+  retTypeBBT* hits = Normalise(&work, capacity, replacements, false);
   std::memcpy(text, work.c_str(), work.size() + 1);
   return hits;
 }

@@ -20,8 +20,16 @@ retTypeBBT* Normalise(char* text, size_t capacity, const BTrie* replacements);
 
 // The same over a text held in a string, which grows only as far as the
 // replacements make it; `capacity` is the bound the text's owner would
-// have allocated.
-retTypeBBT* Normalise(std::string* text, size_t capacity, const BTrie* replacements);
+// have allocated.  With `keepGuarded` a guard (a replacement that only
+// blanks characters of its key, 오늘날 -> ____날) replaces nothing and leaves
+// its place as it stands: the reader rules find words inside longer words
+// on their own, and keep the words the guards would blank.
+retTypeBBT* Normalise(std::string* text, size_t capacity, const BTrie* replacements,
+                      bool keepGuarded = false);
+
+// Whether a replacement is a guard: its value is its key with some bytes
+// blanked ('_') and no other change.
+bool IsGuard(const retTypeBBT* hit);
 
 // ReplaceMatchStr within `capacity` bytes; drops (frees) the hits from the
 // first one that would not fit.  Returns the number applied.

@@ -382,6 +382,32 @@ void SettleMatches(Trace* trace) {
   trace->matches = std::move(settled);
 }
 
+// The reader rules take out found expressions that are no dates: numbers of
+// measures, versions, parts of titles.
+DTINFO* DropNonDates(DTINFO* list, std::vector<Marks>* marks, std::string_view text,
+                     const WordList& particles, Trace* trace) {
+  DTINFO* head = nullptr;
+  DTINFO** link = &head;
+  std::vector<Marks> kept;
+  size_t k = 0;
+  for (DTINFO* r = list; r != nullptr; ++k) {
+    DTINFO* next = r->next;
+    r->next = nullptr;
+    const char* why = NoDate(text, r->seqBegin, r->seqEnd, particles);
+    if (why == nullptr) {
+      *link = r;
+      link = &r->next;
+      if (k < marks->size()) kept.push_back(std::move((*marks)[k]));
+    } else {
+      if (trace != nullptr && k < trace->found.size()) trace->found[k].note = why;
+      Free_DTINFO(r);
+    }
+    r = next;
+  }
+  *marks = std::move(kept);
+  return head;
+}
+
 void TraceRecords(const DTINFO* list, const std::vector<Marks>& marks,
                   const std::vector<std::string>& notes, std::vector<Trace::Record>* out) {
   size_t k = 0;
@@ -495,7 +521,7 @@ std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
   // it is given room only as it grows.
   std::string work(text, static_cast<size_t>(n));
   std::unique_ptr<retTypeBBT, HitsDeleter> replacements(
-      Normalise(&work, 10 * static_cast<size_t>(n), d.replacements));
+      Normalise(&work, 10 * static_cast<size_t>(n), d.replacements, CurrentRules().reader));
   const int32_t w = static_cast<int32_t>(work.size());
   Trace* const trace = ActiveTrace();
   // The reader rules read a list of weekdays of a weekly expression as one
@@ -508,6 +534,14 @@ std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
   }
   Arena tokenMemory;  // the tokens live until the pattern search is done
   RETTAGS* tokens = TagInArena(work.c_str(), d.tags, &tokenMemory);
+  if (CurrentRules().reader && d.words != nullptr) {
+    std::vector<const RETTAGS*> dropped;
+    tokens = DropTokensInsideWords(tokens, work, *d.words, trace != nullptr ? &dropped : nullptr);
+    for (const RETTAGS* t : dropped) {
+      trace->matches.push_back({t->startPos, t->startPos + t->length, t->attrs->name,
+                                "token dropped: it stands inside a longer word"});
+    }
+  }
   if (trace != nullptr) TraceTokens(tokens, trace);
   std::vector<Marks> found;
   std::unique_ptr<DTINFO, ListDeleter> records(
@@ -515,6 +549,9 @@ std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
   if (trace != nullptr) {
     TraceRecords(records.get(), found, {}, &trace->found);
     SettleMatches(trace);
+  }
+  if (CurrentRules().reader && d.words != nullptr) {
+    records.reset(DropNonDates(records.release(), &found, work, *d.words, trace));
   }
   if (records == nullptr) return {};
   if (overallType != nullptr) *overallType = GetDTtype(records.get());

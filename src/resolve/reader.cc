@@ -270,6 +270,198 @@ std::vector<WeekdayList> RewriteWeekdayLists(std::string* text) {
   return lists;
 }
 
+namespace {
+
+// Whether the character at byte `at` (a lead byte) is a Hangul syllable of
+// CP949: the common ones (lead 0xB0..0xC8) and the extended ones (a trail
+// byte below 0xA1).
+bool HangulAt(std::string_view t, size_t at) {
+  if (at + 1 >= t.size()) return false;
+  const auto lead = static_cast<unsigned char>(t[at]);
+  const auto trail = static_cast<unsigned char>(t[at + 1]);
+  if (lead >= 0xB0 && lead <= 0xC8 && trail >= 0xA1) return true;
+  return lead >= 0x81 && lead <= 0xC6 && trail < 0xA1;
+}
+
+// A token the tagger makes itself (a number, blanks, a separator) rather
+// than one of the dictionary.
+bool TaggerMade(const RETTAGS* t) {
+  const char c = t->text != nullptr ? t->text[0] : '\0';
+  return c == ' ' || IsDigit(c) || c == ':' || c == '.' || c == '/' || c == '-' || c == '~';
+}
+
+}  // namespace
+
+RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
+                               const std::vector<std::string_view>& particles,
+                               std::vector<const RETTAGS*>* dropped) {
+  const size_t n = text.size();
+  // A text of hardly a blank (chat) is read as it is written.
+  size_t blanks = 0, chars = 0;
+  for (size_t i = 0; i < n; ++chars) {
+    if (text[i] == ' ') ++blanks;
+    i += IsLead(text[i]) ? 2 : 1;
+  }
+  if (chars == 0 || blanks * 100 < chars * 8) return tokens;
+  std::vector<uint8_t> starts(n + 1, 0), ends(n + 1, 0), charStart(n + 1, 0);
+  for (const RETTAGS* t = tokens; t != nullptr; t = t->next) {
+    const size_t b = static_cast<size_t>(std::max(t->startPos, 0));
+    const size_t e = std::min(n, b + static_cast<size_t>(std::max(t->length, 0)));
+    if (b < n) starts[b] = 1;
+    ends[e] = 1;
+  }
+  for (size_t i = 0; i < n; i += IsLead(text[i]) ? 2 : 1) charStart[i] = 1;
+  // The longest particle of the list at byte p; 0 for none.
+  const auto particleAt = [&](size_t p) {
+    size_t best = 0;
+    for (const std::string_view w : particles) {
+      if (!w.empty() && w.size() > best && text.compare(p, w.size(), w) == 0) best = w.size();
+    }
+    return best;
+  };
+  const auto rightBoundary = [&](size_t e) {
+    for (int k = 0; k < 4; ++k) {
+      if (e >= n || !HangulAt(text, e) || starts[e] == 1) return true;
+      const size_t p = particleAt(e);
+      if (p == 0) return false;
+      e += p;
+    }
+    return false;
+  };
+  const auto leftBoundary = [&](size_t b) {
+    if (b == 0 || ends[b] == 1) return true;
+    size_t prev = b - 1;
+    while (prev > 0 && charStart[prev] == 0) --prev;
+    if (!HangulAt(text, prev)) return true;
+    for (const std::string_view w : particles) {
+      if (!w.empty() && b >= w.size() && text.compare(b - w.size(), w.size(), w) == 0) return true;
+    }
+    return false;
+  };
+  RETTAGS* head = nullptr;
+  RETTAGS** link = &head;
+  for (RETTAGS* t = tokens; t != nullptr;) {
+    RETTAGS* next = t->next;
+    const size_t b = static_cast<size_t>(std::max(t->startPos, 0));
+    const size_t e = std::min(n, b + static_cast<size_t>(std::max(t->length, 0)));
+    const bool afterDigits = b > 0 && IsDigit(text[b - 1]);
+    if (TaggerMade(t) || afterDigits || (rightBoundary(e) && leftBoundary(b))) {
+      *link = t;
+      link = &t->next;
+    } else if (dropped != nullptr) {
+      dropped->push_back(t);
+    }
+    t = next;
+  }
+  *link = nullptr;
+  return head;
+}
+
+// Whether the bytes [b, e) lie inside a quote of their sentence: on exit
+// [*open, *close) are the bytes between its marks.  Straight quotes pair up
+// from the start of the sentence; a curly or angled mark opens or closes
+// its kind (news mix '...’).
+bool QuotedAround(std::string_view t, size_t b, size_t e, size_t* open, size_t* close) {
+  static const std::vector<std::string> kOpen = Words({"《", "「", "『", "“", "‘", "〈"});
+  static const std::vector<std::string> kClose = Words({"》", "」", "』", "”", "’", "〉"});
+  // The sentence's start.
+  size_t start = b;
+  while (start > 0) {
+    const char c = t[start - 1];
+    if (c == '\n' || c == '!' || c == '?' || (c == '.' && (start < 2 || !IsDigit(t[start - 2])))) break;
+    --start;
+  }
+  // The mark of each quote open at b, by kind: 0 straight single, 1 straight
+  // double, 2 angled, 3 the others; where its text begins.
+  size_t opened[4];
+  bool isOpen[4] = {false, false, false, false};
+  const auto kindOf = [&](size_t p, size_t* width, bool* opens) -> int {
+    const char c = t[p];
+    *width = 1;
+    if (c == '\'') return *opens = !isOpen[0], 0;
+    if (c == '"') return *opens = !isOpen[1], 1;
+    if (c == '<' || c == '>') return *opens = c == '<', 2;
+    if (IsLead(c) && p + 1 < t.size()) {
+      *width = 2;
+      const std::string_view two = t.substr(p, 2);
+      if (AnyEquals(two, kOpen)) return *opens = true, two == kOpen[4] ? 0 : two == kOpen[3] ? 1 : 3;
+      if (AnyEquals(two, kClose)) return *opens = false, two == kClose[4] ? 0 : two == kClose[3] ? 1 : 3;
+    }
+    return -1;
+  };
+  for (size_t p = start; p < b;) {
+    size_t width = 1;
+    bool opens = false;
+    const int kind = kindOf(p, &width, &opens);
+    if (kind >= 0) {
+      isOpen[kind] = opens;
+      if (opens) opened[kind] = p + width;
+    }
+    p += IsLead(t[p]) ? 2 : 1;
+  }
+  for (int kind = 0; kind < 4; ++kind) {
+    if (!isOpen[kind]) continue;
+    for (size_t p = e; p < t.size();) {
+      const char c = t[p];
+      if (c == '\n' || c == '!' || c == '?') break;
+      size_t width = 1;
+      bool opens = false;
+      if (kindOf(p, &width, &opens) == kind && !opens) {
+        *open = opened[kind];
+        *close = p;
+        return true;
+      }
+      p += IsLead(c) ? 2 : 1;
+    }
+  }
+  return false;
+}
+
+const char* NoDate(std::string_view t, int32_t begin, int32_t end,
+                   const std::vector<std::string_view>& particles) {
+  const auto b = static_cast<size_t>(std::max(begin, 0));
+  const auto e = std::min(t.size(), static_cast<size_t>(std::max(end, 0)));
+  if (b >= e) return nullptr;
+  const auto isParticleAt = [&](size_t p) {
+    for (const std::string_view w : particles) {
+      if (!w.empty() && t.compare(p, w.size(), w) == 0) return w.size();
+    }
+    return size_t{0};
+  };
+  // A number continued by a measure, a counter or a percent sign.
+  if (IsDigit(t[e - 1]) && e < t.size()) {
+    if (t[e] == '%') return "a number with a percent sign";
+    if (HangulAt(t, e) && isParticleAt(e) == 0) return "a number that a measure or counter continues";
+  }
+  // A number after a name in Latin letters (iOS 7.1, Android 4.4).
+  if (IsDigit(t[b])) {
+    size_t p = b;
+    while (p > 0 && t[p - 1] == ' ') --p;
+    if (p > 0 && ((t[p - 1] >= 'A' && t[p - 1] <= 'Z') || (t[p - 1] >= 'a' && t[p - 1] <= 'z'))) {
+      return "a number after a name in Latin letters";
+    }
+  }
+  // A word of time (not a number) inside a short quote that holds more
+  // than it: a title ('월요일의 고양이', <수요일의 고백>).  Quoted speech is
+  // longer, and a date in a title is written with its numbers.
+  if (!IsDigit(t[b])) {
+    size_t open = 0, close = 0;
+    if (QuotedAround(t, b, e, &open, &close) && close - open <= 40) {
+      size_t q = e;
+      while (q < close) {
+        while (q < close && t[q] == ' ') ++q;
+        const size_t n = isParticleAt(q);
+        if (n == 0) break;
+        q += n;
+      }
+      size_t r = open;
+      while (r < b && t[r] == ' ') ++r;
+      if (q < close || r < b) return "a part of a title in quotes";
+    }
+  }
+  return nullptr;
+}
+
 int32_t ReaderText::CountBase(int32_t at, const std::vector<Earlier>& before, bool back,
                               bool* after, bool* joined, std::string* why) const {
   const int32_t k = Base(at, before, after, joined, why);

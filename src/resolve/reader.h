@@ -62,6 +62,26 @@ struct WeekdayList {
 // weekdays left out, for their results to be made beside it.
 std::vector<WeekdayList> RewriteWeekdayLists(std::string* text);
 
+// Takes out of the tagger's tokens those that stand inside a longer word: a
+// dictionary word (a time word, a unit, a counter) that the next character
+// continues (오늘날, 시월애, 정오표, 청년내일저축: neither a blank, a mark or a
+// digit, nor the start of another token, nor a particle of `particles` (the
+// word list) that a boundary or a token follows), or that the character
+// before it begins (압구정: neither a token's end nor a particle).  A unit
+// right after its digits (3시회의) and the tokens of a text written with
+// hardly a blank (chat: 오늘야근이라늦어) are left as they are.  Returns the
+// tokens kept, in order; `dropped` receives those taken out.
+RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
+                               const std::vector<std::string_view>& particles,
+                               std::vector<const RETTAGS*>* dropped);
+
+// Why a found expression at bytes [begin, end) of the text is no date, or
+// NULL when it is one: a number that a measure or a counter continues (1/2컵,
+// 9.8%), a number after a name in Latin letters (iOS 7.1), or a part of a
+// title in quotes (<수요일의 고백>, '정오의 편지').
+const char* NoDate(std::string_view text, int32_t begin, int32_t end,
+                   const std::vector<std::string_view>& particles);
+
 // An expression before a count, as the count's base may be chosen among
 // them.
 struct Earlier {

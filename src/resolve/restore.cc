@@ -722,8 +722,9 @@ bool Restorer::KeepRecentPast(DTINFO* n, const DTINFO& stated, bool period, bool
 }
 
 // A span of months or days without a year that holds the reference (4분기
-// in November: October to December) is this one, not next year's: its
-// start, which the future rules placed a year on, goes back a year.
+// in November: October to December), or ended in the last two months (3분기
+// in November), is this one, not next year's: its start, which the future
+// rules placed a year on, goes back a year.
 bool Restorer::KeepSpanInProgress(DTINFO* n, const DTINFO& stated, bool timeStated) {
   const DTINFO* end = n->next;
   if (n->year != WAdd(ref_->year, 1) || end == nullptr || IsSet(end->year) ||
@@ -743,10 +744,12 @@ bool Restorer::KeepSpanInProgress(DTINFO* n, const DTINFO& stated, bool timeStat
                              ? end->day
                              : LastDayOfMonth(endYear, end->month);
   const int64_t today = days(ref_->year, ref_->month, ref_->day);
-  if (days(ref_->year, stated.month, startDay) > today || days(endYear, end->month, endDay) < today) {
+  // Held now, or ended in the last two months (3분기 결산, read in November).
+  if (days(ref_->year, stated.month, startDay) > today ||
+      days(endYear, end->month, endDay) < today - 62) {
     return false;
   }
-  Say("a span that holds the reference: this one");
+  Say("a span that holds the reference or ended lately: this one");
   *n = stated;
   n->year = ref_->year;
   return Normalise(n, timeStated);

@@ -194,13 +194,17 @@ std::string TableOf(const std::string& text, const std::string& ref, const Resul
                     "-" + ref.substr(6, 2) + " " + ref.substr(8, 2) + ":" + ref.substr(10, 2) +
                     ")\n";
   if (r.items.empty()) return out + "  nothing found\n";
-  static const char* kCycles[] = {"", "every day", "every week", "every month", "every year"};
+  static const char* kCycles[] = {"", "day", "week", "month", "year"};
   for (const ekr_result& e : r.items) {
     const std::string expression =
         e.begin_byte >= 0 ? text.substr(e.begin_byte, e.end_byte - e.begin_byte) : "";
     out += "  " + expression + "  ->  " + Readable(e.start);
     if (e.is_span) out += " ~ " + Readable(e.end);
-    if (e.cycle != EKR_CYCLE_NONE) out += std::string("  (") + kCycles[e.cycle] + ")";
+    if (e.cycle != EKR_CYCLE_NONE) {
+      out += e.cycle_interval > 1
+                 ? "  (every " + std::to_string(e.cycle_interval) + " " + kCycles[e.cycle] + "s)"
+                 : std::string("  (every ") + kCycles[e.cycle] + ")";
+    }
     out += "\n";
   }
   return out + "  content: \"" + r.content + "\"\n";
