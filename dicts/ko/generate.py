@@ -83,7 +83,7 @@ until it (2008년 이후, 5월 이전, 3시 이후): an open span, not an offset
     for word in ("이후", "이전"):
         for key in spaced("개월", word):
             e.add(key, key)
-    for year in range(2000, 2036):
+    for year in range(1900, 2036):
         for word, role in (("이후", "부터"), ("이전", "까지")):
             for key in spaced(f"{year}년", word):
                 e.add(key, f"{year}년{role}")
@@ -228,6 +228,34 @@ of the next year; a bare 봄 is too often something else (봄: I saw).""")
             end_year = year + 1 if end < first else year
             for key in spaced(f"{year}년", season):
                 e.add(key, f"{year}년{first}월부터{end_year}년{end}월까지")
+    # 지난 여름: the last one that has come (the reader rules read 지난 so)
+    for season, (first, end) in seasons.items():
+        for key in spaced("지난", season):
+            e.add(key, f"지난{first}월부터{end}월까지")
+
+
+def parts_of_years(e):
+    e.section("""--- Parts of a year: 초 and 초반 are January to March, 중반 April to
+September, 말 and 후반 October to December (올 초, 지난해 초, 90년 초, 1990년
+초반; 연말 stays the last day, 연초 the first).  After a number 년 is keyed
+with its part, so that the part takes the year written before it.""")
+    parts = {"초": (1, 3), "초반": (1, 3), "중반": (4, 9), "후반": (10, 12)}
+    for part, (first, end) in parts.items():
+        for key in spaced("년", part):
+            e.add(key, f"년{first}월부터{end}월까지")
+        for word, year in year_words().items():
+            if word:
+                for key in spaced(word, part):
+                    e.add(key, f"{year}{first}월부터{year}{end}월까지")
+
+
+def ranges_of_months(e):
+    e.section("""--- A range of months written with its numbers: 1~9월 is January to
+September (1~9월중 수출).""")
+    for first in range(1, 12):
+        for last in range(first + 1, 13):
+            for dash in ("~", "-"):
+                e.add(f"{first}{dash}{last}월", f"{first}월부터{last}월까지")
 
 
 def counts(unit):
@@ -311,18 +339,21 @@ such a message asks for.""")
 
 
 def counts_no_date(e):
-    e.section("""--- Counts of time that are no date: 1년 넘게, 3일째, 2주 만에, 3년차, 95년생,
-5년 이상, 10년물.  The unit word becomes 해, which nothing tags, so the
-number stays alone.""")
+    e.section("""--- Counts of time that are no date: 1년 넘게, 3일째, 2주 만에, 3년차,
+5년 이상, 10년물 (95년생 is the year of a birth: a year).  The unit word becomes 해, which nothing tags, so the
+number stays alone.  The number's last digit is part of the key, so that a
+word that ends in the unit's syllable keeps its meaning (내일 이상훈한테).""")
     apart = ["넘게", "넘는", "넘은", "만에", "째", "이상", "미만", "초과", "가까이", "남짓",
              "가량"]
-    for unit in ("년", "개월", "달", "주", "일"):
-        for context in apart:
-            for key in spaced(unit, context):
-                e.add(key, "해" + context)
-        for context in ("차", "여"):
-            e.add(unit + context, "해" + context)
-    e.add("년생", "해생")
+    # keyed with the last digit of the number, so that a word that ends in
+    # the unit's syllable (내일 이상훈) is left alone
+    for digit in range(10):
+        for unit in ("년", "개월", "달", "주", "일"):
+            for context in apart:
+                for key in spaced(f"{digit}{unit}", context):
+                    e.add(key, key.replace(unit, "해", 1))
+            for context in ("차", "여"):
+                e.add(f"{digit}{unit}{context}", f"{digit}해{context}")
     e.add("년물", "해물")
     e.add("년대", "해대")
     # a range of a few years is a length (2~3년은 걸릴 것): no year
@@ -421,7 +452,7 @@ words that say it is the holiday; the word stays outside the expression.""")
     # The expression is 설 only: the bytes of the following word become
     # blanks at the end, where they map back onto that word.
     for word in ("명절", "차례", "선물", "대목", "특집", "귀성", "귀성길", "민심", "직전", "직후",
-                 "앞두고", "을 앞두고", "을 맞아", "맞이", "바로"):
+                 "앞두고", "을 앞두고", "을 맞아", "맞이", "바로", "과 추석", "·추석", "이나 추석"):
         rest = " " + word
         blanks = sum(1 if ord(c) < 0x80 else 2 for c in rest)
         e.add("설" + rest, "음력1월1일" + "_" * blanks)
@@ -460,6 +491,20 @@ third) are no counts.""")
             for after in ("후", "뒤", "전"):
                 for rest in spaced(unit, after):
                     e.add(f"{word} {rest}", f"{n}{value_unit}{after}")
+
+
+def sino_korean_ranges(e):
+    e.section("""--- Two Sino-Korean numbers in a row are a range: 삼사 일 뒤 is three to four
+days on, 이삼 년 전 two to three years ago.""")
+    units = {"분": "분", "시간": "시간", "일": "일", "주": "주", "주일": "주", "개월": "개월", "년": "년"}
+    for n in range(1, 9):
+        word = sino_korean_number(n) + sino_korean_number(n + 1)
+        for unit, value_unit in units.items():
+            for after in ("후", "뒤", "전"):
+                a, b = (n, n + 1) if after != "전" else (n + 1, n)
+                for rest in spaced(unit, after):
+                    e.add(f"{word} {rest}",
+                          f"{a}{value_unit}{after}부터{b}{value_unit}{after}까지")
 
 
 def weekly_each(e):
@@ -507,7 +552,8 @@ is; only before a space or 년, since news quote with the same mark ('10억 뷰'
 RULES = [since_and_before, weekdays_after_week_words, weeks_then_weekday, parts_of_months,
          weekends_of_months, beginning_of_week, quarters_and_seasons, rolling_windows, deadlines,
          counts_no_date, ranges_between, native_numbers, week_words, named_years, apostrophe_years,
-         holidays, lunch, days_from_an_event, sino_korean_counts, weekly_each]
+         holidays, lunch, days_from_an_event, sino_korean_counts, sino_korean_ranges, weekly_each,
+         parts_of_years, ranges_of_months]
 
 
 def periods():

@@ -78,7 +78,16 @@ class ResultBuilder {
       : map_(map), trace_(ActiveTrace()), places_(places) {}
 
   void Add(DTINFO* rec, const Marks& marks);
-  std::vector<Found> Take() { return std::move(results_); }
+  // The results; under the reader rules without a span that only now opens
+  // (지금부터 alone: no moment a calendar can use).
+  std::vector<Found> Take() {
+    for (auto k = nowStarts_.rbegin(); k != nowStarts_.rend(); ++k) {
+      if (std::memcmp(results_[*k].node.endTime, kOpenTime, 15) == 0) {
+        results_.erase(results_.begin() + static_cast<std::ptrdiff_t>(*k));
+      }
+    }
+    return std::move(results_);
+  }
   // The records added so far, by number.
   std::vector<const DTINFO*> added_;
 
@@ -113,6 +122,7 @@ class ResultBuilder {
     node.node.spanFlag = 1;
     std::memset(node.node.endFlags, 0, 3);
     std::memcpy(node.node.endTime, kOpenTime, 15);
+    if (places_ != nullptr && rec->relKind == 5) nowStarts_.push_back(results_.size());
     Append(std::move(node), rec, "a start, its span open at the end");
   }
   void OpenStart(Found&& node, DTINFO* rec) {
@@ -209,6 +219,7 @@ class ResultBuilder {
   DTINFO* previous_ = nullptr;
   int32_t record_ = -1;  // the number of the record being added
   int32_t previousRecord_ = -1;  // the number of previous_
+  std::vector<size_t> nowStarts_;  // results that start now, open at the end
 };
 
 // A length added to the moment of the open start before it: the sum is the

@@ -133,6 +133,18 @@ void Count(const DTINFO& p, const Marks& pm, DTINFO* b, const DTINFO& ref, int32
   CopyCommon(p, pm, c, cm);
 }
 
+// A count of years on (after 88년: 88 years) that reads as a year: two
+// digits from 31, or four.
+bool IsYearNotCount(const DTINFO& p, int32_t s) {
+  // (A count of years carries a day offset of 0.)
+  if (!IsSet(p.year) || IsSet(p.month) || (IsSet(p.day) && p.day != 0) || IsSet(p.week) ||
+      IsSet(p.hour) || IsSet(p.minute) || IsSet(p.second)) {
+    return false;
+  }
+  const int32_t years = WMul(s, p.year);
+  return (years >= 31 && years <= 99) || years >= 1000;
+}
+
 }  // namespace
 
 DTINFO* Compound(DTINFO* list, const std::vector<Marks>& marks, DTINFO* reference,
@@ -177,7 +189,7 @@ DTINFO* Compound(DTINFO* list, const std::vector<Marks>& marks, DTINFO* referenc
         }
       }
       before.push_back({place, c->duration == 2 && spanStart < 0, (*ties)[placed].base >= 0,
-                        spanStart});
+                        spanStart, c->duration == 1 || c->duration == 3});
       index.push_back(static_cast<int32_t>(placed));
     }
     std::string why;
@@ -215,6 +227,20 @@ DTINFO* Compound(DTINFO* list, const std::vector<Marks>& marks, DTINFO* referenc
       if (p->duration != -1) next();
     }
     const int32_t s = p->relKind == 2 ? 1 : -1;
+    // Under the reader rules a count of years on that no count of years
+    // would be (88년 이후: 31 to 99, or a year of four digits) is a year the
+    // text starts from.
+    if (reader != nullptr && IsYearNotCount(*p, s)) {
+      DTINFO year = *p;
+      year.year = WMul(s, p->year);
+      year.month = 1;
+      year.day = 1;
+      year.relKind = 0;
+      year.duration = 1;
+      if (collides(&year, pm)) next();
+      Copy(year, pm, compound, &out->back());
+      continue;
+    }
     if (reader == nullptr) {
       Count(*p, pm, base, *reference, s, compound, &out->back());
       continue;

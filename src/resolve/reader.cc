@@ -428,6 +428,10 @@ const char* NoDate(std::string_view t, int32_t begin, int32_t end,
     }
     return size_t{0};
   };
+  // Three numbers of one digit with dots (4.4.4): a rating, no date.
+  if (e - b == 5 && IsDigit(t[b]) && t[b + 1] == '.' && IsDigit(t[b + 2]) && t[b + 3] == '.') {
+    return "three numbers of one digit: a rating";
+  }
   // A number continued by a measure, a counter or a percent sign.
   if (IsDigit(t[e - 1]) && e < t.size()) {
     if (t[e] == '%') return "a number with a percent sign";
@@ -497,8 +501,9 @@ int32_t ReaderText::Base(int32_t at, const std::vector<Earlier>& before, bool* a
   std::string_view w = WordBefore(at, &wordBegin);
   // Joined to the expression right before: only blanks, or a word such as
   // 바로, between the two.
+  // (Not a start: the end of a span of two counts counts as its start does.)
   const Placement& last = before.back().place;
-  if (last.end >= 0 && last.sentence == sentence) {
+  if (last.end >= 0 && last.sentence == sentence && !before.back().opensSpan) {
     int32_t gapEnd = at;
     if (!w.empty() && AnyEquals(w, ThroughWords()) && wordBegin >= last.end) gapEnd = wordBegin;
     if (Blank(last.end, gapEnd)) {

@@ -89,6 +89,7 @@ struct Earlier {
   bool endOnly = false;  // it ends a span, with no start of its own (a deadline)
   bool derived = false;  // it was itself counted from another expression
   int32_t spanStart = -1;  // the index of the start of the span it closes, if any
+  bool opensSpan = false;  // it starts a span (부터, or ~ before what ends it)
 };
 
 class ReaderText {

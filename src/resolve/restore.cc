@@ -215,9 +215,11 @@ bool Restorer::Time(DTINFO* n) {
   }
   if (places_ == nullptr) {
     if (n != first_ && !IsSet(n->ampm) && IsSet(first_->ampm)) n->ampm = first_->ampm;
-  } else if (joined_ && !IsSet(n->ampm) && IsSet(previous_->ampm) && (h || m || s)) {
-    // The end of a span in the half of the day of its start (오전 7시부터
-    // 10시 반까지); nothing else takes another's half of the day.
+  } else if (joined_ && !IsSet(n->ampm) && previous_->hasAmPm == 1 && previous_->relKind != 5 &&
+             (h || m || s)) {
+    // The end of a span in the half of the day its start stated (오전 7시부터
+    // 10시 반까지); nothing else takes another's half of the day, and now
+    // (지금부터 3시까지) states none.
     n->ampm = previous_->ampm;
   }
   return h || m || s;
