@@ -85,6 +85,8 @@ until it (2008년 이후, 5월 이전, 3시 이후): an open span, not an offset
             e.add(key, key)
     for year in range(1900, 2036):
         for word, role in (("이후", "부터"), ("이전", "까지")):
+            if year < 2000 and word == "이전":
+                continue
             for key in spaced(f"{year}년", word):
                 e.add(key, f"{year}년{role}")
 
@@ -116,8 +118,7 @@ so that the number and it make a week counted from this one
 
 # What may follow 말 (the end of a month) for it to be one: a blank, a
 # punctuation mark or a particle.
-END_FOLLOWERS = [" ", ",", ".", ")", "에", "께", "쯤", "경", "부터", "엔", "에는", "이", "은", "로",
-                 "으로", "을"]
+END_FOLLOWERS = [" ", ",", ".", "에", "께", "쯤", "경", "부터", "엔", "이"]
 
 
 def parts_of_months(e):
@@ -163,8 +164,10 @@ Sino-Korean words keeps its month and loses the part (삼월 초: March).""")
     for word, value in relative.items():
         for part, (first, end) in parts.items():
             end_day = f"{end}일" if end else "말"
-            for key in spaced(word, part):
-                e.add(key, f"{value}{first}일부터{value}{end_day}까지")
+            # 초 begins many words (초과, 초등학교): keyed with what follows it
+            for follower in (END_FOLLOWERS if part == "초" else [""]):
+                for key in spaced(word, part + follower):
+                    e.add(key, f"{value}{first}일부터{value}{end_day}까지{follower}")
         for key in spaced(word, "말까지"):
             e.add(key, f"{value}말까지")
         for key in spaced(word, "말일"):
@@ -241,12 +244,14 @@ September, 말 and 후반 October to December (올 초, 지난해 초, 90년 초
 with its part, so that the part takes the year written before it.""")
     parts = {"초": (1, 3), "초반": (1, 3), "중반": (4, 9), "후반": (10, 12)}
     for part, (first, end) in parts.items():
-        for key in spaced("년", part):
-            e.add(key, f"년{first}월부터{end}월까지")
-        for word, year in year_words().items():
-            if word:
-                for key in spaced(word, part):
-                    e.add(key, f"{year}{first}월부터{year}{end}월까지")
+        # 초 begins many words (초과, 초가을): keyed with what follows it
+        for follower in (END_FOLLOWERS if part == "초" else [""]):
+            for key in spaced("년", part + follower):
+                e.add(key, f"년{first}월부터{end}월까지{follower}")
+            for word, year in year_words().items():
+                if word:
+                    for key in spaced(word, part + follower):
+                        e.add(key, f"{year}{first}월부터{year}{end}월까지{follower}")
 
 
 def ranges_of_months(e):
@@ -341,14 +346,14 @@ such a message asks for.""")
 def counts_no_date(e):
     e.section("""--- Counts of time that are no date: 1년 넘게, 3일째, 2주 만에, 3년차,
 5년 이상, 10년물 (95년생 is the year of a birth: a year).  The unit word becomes 해, which nothing tags, so the
-number stays alone.  The number's last digit is part of the key, so that a
-word that ends in the unit's syllable keeps its meaning (내일 이상훈한테).""")
+number stays alone.  일 is keyed with the number's last digit, so that a word
+that ends in it keeps its meaning (내일 이상훈한테).""")
     apart = ["넘게", "넘는", "넘은", "만에", "째", "이상", "미만", "초과", "가까이", "남짓",
              "가량"]
     # keyed with the last digit of the number, so that a word that ends in
     # the unit's syllable (내일 이상훈) is left alone
-    for digit in range(10):
-        for unit in ("년", "개월", "달", "주", "일"):
+    for unit in ("년", "개월", "달", "주", "일"):
+        for digit in range(10) if unit == "일" else [""]:
             for context in apart:
                 for key in spaced(f"{digit}{unit}", context):
                     e.add(key, key.replace(unit, "해", 1))

@@ -72,7 +72,7 @@ std::vector<SourceError> CheckDictionarySet(const Sources& tags, const Sources& 
     }
   }
 
-  const std::string unitBlob = BuildTrieBlob(TrieEntries(unitEntries));
+  const std::string unitBlob = CompileTrie(unitEntries, DictKind::kUnit);
   std::unique_ptr<BTrie, TrieDeleter> unitTrie(LoadTrie(unitBlob.data()));
   for (const SourceEntry& e : patternEntries) {
     const std::vector<std::string> items = Split(e.keyUtf8, '*');

@@ -315,4 +315,9 @@ std::string WordListText(const std::vector<std::string>& words) {
   return text;
 }
 
+std::string CompileTrie(const std::vector<SourceEntry>& entries, DictKind kind) {
+  const bool names = kind == DictKind::kPattern || kind == DictKind::kUnit;
+  return BuildCompactTrieBlob(TrieEntries(entries), names ? '*' : '\0');
+}
+
 }  // namespace eti::tools

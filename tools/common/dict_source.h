@@ -63,6 +63,10 @@ std::vector<std::string> ReadWordSource(std::string_view text, std::string_view 
 // The entries' trie entries, for BuildTrieBlob.
 std::vector<TrieEntry> TrieEntries(const std::vector<SourceEntry>& entries);
 
+// The blob the library reads for a dictionary of `kind`, in the compact
+// shape (keys of '*'-joined names for patterns and units).
+std::string CompileTrie(const std::vector<SourceEntry>& entries, DictKind kind);
+
 // The CP949 word list text of words, one per line.
 std::string WordListText(const std::vector<std::string>& words);
 

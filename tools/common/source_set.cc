@@ -55,7 +55,7 @@ CompiledSet CompileSourceDir(const std::string& dir, std::vector<SourceError>* e
       if (std::find(without.begin(), without.end(), name) == without.end()) paths.push_back(p);
     }
     const auto files = ReadSourceFiles(paths, errors);
-    *tries[k] = BuildTrieBlob(TrieEntries(ReadTrieSources(files, kTrieSources[k].kind, errors)));
+    *tries[k] = CompileTrie(ReadTrieSources(files, kTrieSources[k].kind, errors), kTrieSources[k].kind);
   }
   std::string error;
   if (!ReadFile(dir + "/settings.txt", &set.settings, &error)) errors->push_back({dir + "/settings.txt", 0, error});

@@ -94,9 +94,30 @@ std::string WriteTrieNodes(const std::vector<TrieNode>& nodes) {
   return blob + pool;
 }
 
-std::string BuildTrieBlob(const std::vector<TrieEntry>& entries) {
+namespace {
+
+// Folds each node that ends no entry and has one child into that child,
+// unless the child's label holds `itemMark` (keys of '*'-joined names must
+// end at a node wherever a name ends).
+void Fold(Node* node, char itemMark) {
+  for (auto& [label, child] : node->children) {
+    Node* c = child.get();
+    while (c->value.empty() && c->children.size() == 1) {
+      Node* only = c->children.begin()->second.get();
+      if (itemMark != '\0' && only->label.find(itemMark) != std::string::npos) break;
+      c->label += only->label;
+      c->value = std::move(only->value);
+      auto grandchildren = std::move(only->children);
+      c->children = std::move(grandchildren);
+    }
+    Fold(c, itemMark);
+  }
+}
+
+std::string Build(const std::vector<TrieEntry>& entries, bool compact, char itemMark) {
   Node root;
   for (const TrieEntry& e : entries) Insert(&root, e);
+  if (compact) Fold(&root, itemMark);
   std::vector<Node*> order;
   Number(&root, &order);
 
@@ -117,6 +138,16 @@ std::string BuildTrieBlob(const std::vector<TrieEntry>& entries) {
     }
   }
   return WriteTrieNodes(nodes);
+}
+
+}  // namespace
+
+std::string BuildTrieBlob(const std::vector<TrieEntry>& entries) {
+  return Build(entries, false, '\0');
+}
+
+std::string BuildCompactTrieBlob(const std::vector<TrieEntry>& entries, char itemMark) {
+  return Build(entries, true, itemMark);
 }
 
 bool ReadTrieBlob(std::string_view blob, std::vector<TrieEntry>* entries,

@@ -38,9 +38,19 @@ struct TrieEntry {
   std::string value;  // not empty
 };
 
-// The blob of `entries`.  Keys must be distinct and non-empty, values
-// non-empty (the source reader guarantees it).
+// The blob of `entries`, one node per character.  Keys must be distinct and
+// non-empty, values non-empty (the source reader guarantees it).
 std::string BuildTrieBlob(const std::vector<TrieEntry>& entries);
+
+// The same with every run of nodes that ends no entry and leads to one
+// other folded into one node of a longer label: the same entries in fewer
+// nodes.  Every search finds what it finds in BuildTrieBlob's shape, but for
+// a key that ends inside a folded label (which only the end of a text can
+// make), which finds nothing there rather than the mark that longer keys
+// go on.  With an `itemMark` ('*' for keys of names joined by it) no label
+// holds the mark past its first byte, so a key of whole names ends at a
+// node wherever it ends, as in the one-per-character shape.
+std::string BuildCompactTrieBlob(const std::vector<TrieEntry>& entries, char itemMark);
 
 // One node of a trie of any shape: labels of any length (empty too),
 // siblings in any order.  Links are node indexes, -1 for none.

@@ -61,7 +61,7 @@ int Compile(const std::vector<std::string>& args, std::ostream& err) {
   const std::vector<SourceEntry> entries = ReadTrieSources(files, kind, &errors);
   if (!Report(errors, err)) return 1;
   std::string error;
-  if (!WriteFileAtomically(output, BuildTrieBlob(TrieEntries(entries)), &error)) {
+  if (!WriteFileAtomically(output, CompileTrie(entries, kind), &error)) {
     err << "dictc: " << error << "\n";
     return 1;
   }
