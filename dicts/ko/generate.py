@@ -364,7 +364,7 @@ that ends in it keeps its meaning (내일 이상훈한테).""")
     # a range of a few years is a length (2~3년은 걸릴 것): no year
     for first in range(1, 10):
         for last in range(first + 1, 11):
-            for dash in ("~", "-"):
+            for dash in ("~", "-", "∼", "～"):
                 e.add(f"{first}{dash}{last}년", f"{first}{dash}{last}해")
     # a number of times a day is how often, not a day (1일 2회)
     for n in range(1, 10):
@@ -456,8 +456,11 @@ words that say it is the holiday; the word stays outside the expression.""")
         e.add(holiday + " 다음 날", day.format(first + 1))
     # The expression is 설 only: the bytes of the following word become
     # blanks at the end, where they map back onto that word.
+    # before the other holiday (설과 추석): the particle stays
+    for particle in ("과 ", "·", "이나 "):
+        e.add("설" + particle, "음력1월1일" + particle)
     for word in ("명절", "차례", "선물", "대목", "특집", "귀성", "귀성길", "민심", "직전", "직후",
-                 "앞두고", "을 앞두고", "을 맞아", "맞이", "바로", "과 추석", "·추석", "이나 추석"):
+                 "앞두고", "을 앞두고", "을 맞아", "맞이", "바로"):
         rest = " " + word
         blanks = sum(1 if ord(c) < 0x80 else 2 for c in rest)
         e.add("설" + rest, "음력1월1일" + "_" * blanks)

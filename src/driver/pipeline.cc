@@ -547,7 +547,8 @@ std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
   RETTAGS* tokens = TagInArena(work.c_str(), d.tags, &tokenMemory);
   if (CurrentRules().reader && d.words != nullptr) {
     std::vector<const RETTAGS*> dropped;
-    tokens = DropTokensInsideWords(tokens, work, *d.words, trace != nullptr ? &dropped : nullptr);
+    tokens = DropTokensInsideWords(tokens, work, *d.words, ReplacedRegions(replacements.get()),
+                                   trace != nullptr ? &dropped : nullptr);
     for (const RETTAGS* t : dropped) {
       trace->matches.push_back({t->startPos, t->startPos + t->length, t->attrs->name,
                                 "token dropped: it stands inside a longer word"});

@@ -175,7 +175,8 @@ DTINFO* Compound(DTINFO* list, const std::vector<Marks>& marks, DTINFO* referenc
   std::vector<Earlier> before;
   std::vector<int32_t> index;
   size_t placed = 0;
-  const auto readerBase = [&](int32_t at, bool back, bool* after, bool* joined) -> int32_t {
+  const auto readerBase = [&](int32_t at, bool back, bool deadline, bool* after,
+                              bool* joined) -> int32_t {
     for (; placed + 1 < compounds.size(); ++placed) {
       const DTINFO* c = compounds[placed];
       const Placement place = reader->Place((*out)[placed]);
@@ -193,7 +194,7 @@ DTINFO* Compound(DTINFO* list, const std::vector<Marks>& marks, DTINFO* referenc
       index.push_back(static_cast<int32_t>(placed));
     }
     std::string why;
-    const int32_t b = reader->CountBase(at, before, back, after, joined, &why);
+    const int32_t b = reader->CountBase(at, before, back, deadline, after, joined, &why);
     if (trace != nullptr) Trace::Note(&trace->compoundNotes, compounds.size() - 1, why);
     return b < 0 ? -1 : index[static_cast<size_t>(b)];
   };
@@ -253,7 +254,7 @@ DTINFO* Compound(DTINFO* list, const std::vector<Marks>& marks, DTINFO* referenc
       if (IsSet(p->*f) && p->*f != 0) back = (s * p->*f) < 0;
     }
     const int32_t tiedTo =
-        pm.empty() ? -1 : readerBase(pm.front().begin, back, &after, &joined);
+        pm.empty() ? -1 : readerBase(pm.front().begin, back, p->duration == 2, &after, &joined);
     if (tiedTo < 0) {
       Count(*p, pm, reference, *reference, s, compound, &out->back());
       continue;

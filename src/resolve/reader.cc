@@ -1,6 +1,7 @@
 #include "resolve/reader.h"
 
 #include <algorithm>
+#include <cstring>
 #include <initializer_list>
 
 #include "session/cp949.h"
@@ -292,8 +293,22 @@ bool TaggerMade(const RETTAGS* t) {
 
 }  // namespace
 
+std::vector<std::pair<int32_t, int32_t>> ReplacedRegions(const retTypeBBT* hits) {
+  std::vector<std::pair<int32_t, int32_t>> out;
+  int64_t shift = 0;
+  for (const retTypeBBT* h = hits; h != nullptr && h != ETI_BBT_PREFIX; h = h->next) {
+    const int64_t key = static_cast<int64_t>(std::strlen(h->text));
+    const int64_t value = static_cast<int64_t>(std::strlen(h->value));
+    const int64_t begin = h->startPos + shift + 1;  // after the space written before it
+    out.emplace_back(static_cast<int32_t>(begin), static_cast<int32_t>(begin + value));
+    shift += 1 + value - key;
+  }
+  return out;
+}
+
 RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
                                const std::vector<std::string_view>& particles,
+                               const std::vector<std::pair<int32_t, int32_t>>& replaced,
                                std::vector<const RETTAGS*>* dropped) {
   const size_t n = text.size();
   // A text of hardly a blank (chat) is read as it is written.
@@ -319,9 +334,15 @@ RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
     }
     return best;
   };
+  // Counters start no word of time: 내일배움 is not 내일 and 배.
+  std::vector<uint8_t> timeStarts(n + 1, 0);
+  for (const RETTAGS* t = tokens; t != nullptr; t = t->next) {
+    const size_t b = static_cast<size_t>(std::max(t->startPos, 0));
+    if (b < n && std::strcmp(t->attrs->name, "Counter") != 0) timeStarts[b] = 1;
+  }
   const auto rightBoundary = [&](size_t e) {
     for (int k = 0; k < 4; ++k) {
-      if (e >= n || !HangulAt(text, e) || starts[e] == 1) return true;
+      if (e >= n || !HangulAt(text, e) || timeStarts[e] == 1) return true;
       const size_t p = particleAt(e);
       if (p == 0) return false;
       e += p;
@@ -338,6 +359,46 @@ RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
     }
     return false;
   };
+  // Each replaced region is judged once, as the word the text had there:
+  // its end against what follows, its start against what stood before the
+  // space written before it.
+  std::vector<int8_t> regionKept(replaced.size(), -1);
+  const auto regionOf = [&](size_t b) -> int32_t {
+    const auto it = std::upper_bound(
+        replaced.begin(), replaced.end(), static_cast<int32_t>(b),
+        [](int32_t at, const std::pair<int32_t, int32_t>& r) { return at < r.first; });
+    if (it == replaced.begin()) return -1;
+    const auto k = static_cast<int32_t>(it - replaced.begin() - 1);
+    return static_cast<int32_t>(b) < replaced[static_cast<size_t>(k)].second ? k : -1;
+  };
+  // A value that ends in a blank, a mark or a particle (이달 말에 is written
+  // with its particle) ends at a boundary of its own.
+  const auto endsWord = [&](size_t rb, size_t re) {
+    if (re <= rb) return true;
+    size_t last = re - 1;
+    while (last > rb && charStart[last] == 0) --last;
+    if (!HangulAt(text, last)) return true;
+    for (const std::string_view w : particles) {
+      if (!w.empty() && re - rb > w.size() && text.compare(re - w.size(), w.size(), w) == 0) {
+        return true;
+      }
+    }
+    return false;
+  };
+  const auto regionBoundary = [&](int32_t k) {
+    int8_t& kept = regionKept[static_cast<size_t>(k)];
+    if (kept < 0) {
+      const auto [rb, re] = replaced[static_cast<size_t>(k)];
+      const size_t before = static_cast<size_t>(std::max(rb - 1, 0));
+      const bool afterDigit = rb > 0 && IsDigit(text[static_cast<size_t>(rb) - 1]);
+      const bool right = endsWord(static_cast<size_t>(rb), static_cast<size_t>(re)) ||
+                         rightBoundary(static_cast<size_t>(re));
+      kept = (afterDigit || IsDigit(text[static_cast<size_t>(rb)]) || (right && leftBoundary(before)))
+                 ? 1
+                 : 0;
+    }
+    return kept == 1;
+  };
   RETTAGS* head = nullptr;
   RETTAGS** link = &head;
   for (RETTAGS* t = tokens; t != nullptr;) {
@@ -345,7 +406,11 @@ RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
     const size_t b = static_cast<size_t>(std::max(t->startPos, 0));
     const size_t e = std::min(n, b + static_cast<size_t>(std::max(t->length, 0)));
     const bool afterDigits = b > 0 && IsDigit(text[b - 1]);
-    if (TaggerMade(t) || afterDigits || (rightBoundary(e) && leftBoundary(b))) {
+    const int32_t region = regionOf(b);
+    const bool inRegion =
+        region >= 0 && static_cast<int32_t>(e) <= replaced[static_cast<size_t>(region)].second;
+    if (TaggerMade(t) || (inRegion ? regionBoundary(region)
+                                   : afterDigits || (rightBoundary(e) && leftBoundary(b)))) {
       *link = t;
       link = &t->next;
     } else if (dropped != nullptr) {
@@ -467,8 +532,17 @@ const char* NoDate(std::string_view t, int32_t begin, int32_t end,
 }
 
 int32_t ReaderText::CountBase(int32_t at, const std::vector<Earlier>& before, bool back,
-                              bool* after, bool* joined, std::string* why) const {
-  const int32_t k = Base(at, before, after, joined, why);
+                              bool deadline, bool* after, bool* joined, std::string* why) const {
+  int32_t k = Base(at, before, after, joined, why);
+  if (k < 0 && back && deadline) {
+    for (int32_t j = static_cast<int32_t>(before.size()) - 1; j >= 0; --j) {
+      const Earlier& e = before[static_cast<size_t>(j)];
+      if (e.endOnly || e.derived || e.place.sentence < 0) continue;
+      k = j;
+      *why = "a deadline that counts back: before the latest expression before it";
+      break;
+    }
+  }
   if (k < 0 || !back) return k;
   const int32_t start = before[static_cast<size_t>(k)].spanStart;
   return start >= 0 ? start : k;

@@ -71,9 +71,19 @@ std::vector<WeekdayList> RewriteWeekdayLists(std::string* text);
 // right after its digits (3시회의) and the tokens of a text written with
 // hardly a blank (chat: 오늘야근이라늦어) are left as they are.  Returns the
 // tokens kept, in order; `dropped` receives those taken out.
+//
+// A replacement's value is judged as one word where the text had its key:
+// its tokens stay or go together (주말농장: the weekend that 주말 was
+// rewritten to is inside a word).  `replaced` holds the bytes of each value
+// in the text (after the space a replacement writes before it).
 RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
                                const std::vector<std::string_view>& particles,
+                               const std::vector<std::pair<int32_t, int32_t>>& replaced,
                                std::vector<const RETTAGS*>* dropped);
+
+// Where the values of applied replacements stand in the rewritten text,
+// [begin, end) each, in order.
+std::vector<std::pair<int32_t, int32_t>> ReplacedRegions(const retTypeBBT* hits);
 
 // Why a found expression at bytes [begin, end) of the text is no date, or
 // NULL when it is one: a number that a measure or a counter continues (1/2컵,
@@ -116,9 +126,11 @@ class ReaderText {
   // expression when it points back (그 전날, 그다음 날); otherwise it counts
   // from the reference (한 달 전에 보낸 견적서).  *why says which.
   // A count back from a span counts from its start (그 전날: the day before
-  // a trip), a count on from its end.
-  int32_t CountBase(int32_t at, const std::vector<Earlier>& before, bool back, bool* after,
-                    bool* joined, std::string* why) const;
+  // a trip), a count on from its end.  A deadline that counts back (하루
+  // 전까지) is before something to come, never a day gone: with nothing named
+  // it counts from the latest expression before it that ends no span.
+  int32_t CountBase(int32_t at, const std::vector<Earlier>& before, bool back, bool deadline,
+                    bool* after, bool* joined, std::string* why) const;
 
   // Whether only blanks stand between the bytes `from` and `to` of one
   // sentence: what the reader rules let join into one expression.

@@ -764,7 +764,10 @@ const DTINFO* Restorer::SeriesStart() const {
   for (size_t j = done_.size(); j-- > 0;) {
     if (j >= places_->size() || (*places_)[j].sentence != sentence) break;
     const DTINFO* r = done_[j];
-    if (r->duration == 1 || r->duration == 3 || (r->spanKind == 1 && r->duration != 0)) return r;
+    if (r->duration == 1 || r->duration == 3 || (r->spanKind == 1 && r->duration != 0)) {
+      // A start gone by leaves the series to begin from now.
+      return DateBefore(*r, *ref_) ? nullptr : r;
+    }
   }
   return nullptr;
 }
