@@ -137,6 +137,9 @@ Sino-Korean words keeps its month and loses the part (삼월 초: March).""")
         if end is not None:
             for key in spaced("월", part):
                 e.add(key, f"월{first}일부터{end}일까지")
+            # by a part of a month (6월 중순까지): its last day
+            for key in spaced("월", part + "까지"):
+                e.add(key, f"월{end}일까지")
             continue
         for month in range(1, 13):
             for key in spaced(f"{month}월", part):
@@ -164,6 +167,8 @@ Sino-Korean words keeps its month and loses the part (삼월 초: March).""")
     for word, value in relative.items():
         for part, (first, end) in parts.items():
             end_day = f"{end}일" if end else "말"
+            for key in spaced(word, part + "까지"):
+                e.add(key, f"{value}{end_day}까지")
             # 초 begins many words (초과, 초등학교): keyed with what follows it
             for follower in (END_FOLLOWERS if part == "초" else [""]):
                 for key in spaced(word, part + follower):
@@ -252,6 +257,15 @@ with its part, so that the part takes the year written before it.""")
                 if word:
                     for key in spaced(word, part + follower):
                         e.add(key, f"{year}{first}월부터{year}{end}월까지{follower}")
+
+
+def from_with_eseo(e):
+    e.section("""--- 에서 after a year, a month, a day or an hour before an end is the start
+(1600년에서 1603년까지, 3시에서 5시 사이), keyed with the number's last digit
+(수요일에서 목요일로 is a change of day).""")
+    for digit in range(10):
+        for unit in ("년", "월", "일", "시"):
+            e.add(f"{digit}{unit}에서 ", f"{digit}{unit}부터 ")
 
 
 def ranges_of_months(e):
@@ -561,7 +575,7 @@ RULES = [since_and_before, weekdays_after_week_words, weeks_then_weekday, parts_
          weekends_of_months, beginning_of_week, quarters_and_seasons, rolling_windows, deadlines,
          counts_no_date, ranges_between, native_numbers, week_words, named_years, apostrophe_years,
          holidays, lunch, days_from_an_event, sino_korean_counts, sino_korean_ranges, weekly_each,
-         parts_of_years, ranges_of_months]
+         parts_of_years, ranges_of_months, from_with_eseo]
 
 
 def periods():

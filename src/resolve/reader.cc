@@ -293,22 +293,28 @@ bool TaggerMade(const RETTAGS* t) {
 
 }  // namespace
 
-std::vector<std::pair<int32_t, int32_t>> ReplacedRegions(const retTypeBBT* hits) {
-  std::vector<std::pair<int32_t, int32_t>> out;
+std::vector<Replaced> ReplacedRegions(const retTypeBBT* hits) {
+  std::vector<Replaced> out;
   int64_t shift = 0;
   for (const retTypeBBT* h = hits; h != nullptr && h != ETI_BBT_PREFIX; h = h->next) {
-    const int64_t key = static_cast<int64_t>(std::strlen(h->text));
-    const int64_t value = static_cast<int64_t>(std::strlen(h->value));
+    const size_t key = std::strlen(h->text);
+    const size_t value = std::strlen(h->value);
     const int64_t begin = h->startPos + shift + 1;  // after the space written before it
-    out.emplace_back(static_cast<int32_t>(begin), static_cast<int32_t>(begin + value));
-    shift += 1 + value - key;
+    Replaced r;
+    r.begin = static_cast<int32_t>(begin);
+    r.end = static_cast<int32_t>(begin + static_cast<int64_t>(value));
+    const size_t last = key >= 2 && static_cast<unsigned char>(h->text[key - 2]) >= 0x80 ? 2 : 1;
+    r.keepsEnd = key >= last && value >= last &&
+                 std::memcmp(h->text + key - last, h->value + value - last, last) == 0;
+    out.push_back(r);
+    shift += static_cast<int64_t>(1 + value) - static_cast<int64_t>(key);
   }
   return out;
 }
 
 RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
                                const std::vector<std::string_view>& particles,
-                               const std::vector<std::pair<int32_t, int32_t>>& replaced,
+                               const std::vector<Replaced>& replaced,
                                std::vector<const RETTAGS*>* dropped) {
   const size_t n = text.size();
   // A text of hardly a blank (chat) is read as it is written.
@@ -366,33 +372,27 @@ RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
   const auto regionOf = [&](size_t b) -> int32_t {
     const auto it = std::upper_bound(
         replaced.begin(), replaced.end(), static_cast<int32_t>(b),
-        [](int32_t at, const std::pair<int32_t, int32_t>& r) { return at < r.first; });
+        [](int32_t at, const Replaced& r) { return at < r.begin; });
     if (it == replaced.begin()) return -1;
     const auto k = static_cast<int32_t>(it - replaced.begin() - 1);
-    return static_cast<int32_t>(b) < replaced[static_cast<size_t>(k)].second ? k : -1;
+    return static_cast<int32_t>(b) < replaced[static_cast<size_t>(k)].end ? k : -1;
   };
-  // A value that ends in a blank, a mark or a particle (이달 말에 is written
-  // with its particle) ends at a boundary of its own.
-  const auto endsWord = [&](size_t rb, size_t re) {
-    if (re <= rb) return true;
-    size_t last = re - 1;
-    while (last > rb && charStart[last] == 0) --last;
-    if (!HangulAt(text, last)) return true;
-    for (const std::string_view w : particles) {
-      if (!w.empty() && re - rb > w.size() && text.compare(re - w.size(), w.size(), w) == 0) {
-        return true;
-      }
-    }
-    return false;
+  // A value that ends in a blank or a mark, or as its key did (이달 말에 is
+  // keyed with its particle), ends at a boundary of its own.
+  const auto endsWord = [&](const Replaced& r) {
+    if (r.end <= r.begin || r.keepsEnd) return true;
+    size_t last = static_cast<size_t>(r.end) - 1;
+    while (last > static_cast<size_t>(r.begin) && charStart[last] == 0) --last;
+    return !HangulAt(text, last);
   };
   const auto regionBoundary = [&](int32_t k) {
     int8_t& kept = regionKept[static_cast<size_t>(k)];
     if (kept < 0) {
-      const auto [rb, re] = replaced[static_cast<size_t>(k)];
+      const Replaced& r = replaced[static_cast<size_t>(k)];
+      const int32_t rb = r.begin, re = r.end;
       const size_t before = static_cast<size_t>(std::max(rb - 1, 0));
       const bool afterDigit = rb > 0 && IsDigit(text[static_cast<size_t>(rb) - 1]);
-      const bool right = endsWord(static_cast<size_t>(rb), static_cast<size_t>(re)) ||
-                         rightBoundary(static_cast<size_t>(re));
+      const bool right = endsWord(r) || rightBoundary(static_cast<size_t>(re));
       kept = (afterDigit || IsDigit(text[static_cast<size_t>(rb)]) || (right && leftBoundary(before)))
                  ? 1
                  : 0;
@@ -408,7 +408,7 @@ RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
     const bool afterDigits = b > 0 && IsDigit(text[b - 1]);
     const int32_t region = regionOf(b);
     const bool inRegion =
-        region >= 0 && static_cast<int32_t>(e) <= replaced[static_cast<size_t>(region)].second;
+        region >= 0 && static_cast<int32_t>(e) <= replaced[static_cast<size_t>(region)].end;
     if (TaggerMade(t) || (inRegion ? regionBoundary(region)
                                    : afterDigits || (rightBoundary(e) && leftBoundary(b)))) {
       *link = t;

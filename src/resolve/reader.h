@@ -76,14 +76,20 @@ std::vector<WeekdayList> RewriteWeekdayLists(std::string* text);
 // its tokens stay or go together (주말농장: the weekend that 주말 was
 // rewritten to is inside a word).  `replaced` holds the bytes of each value
 // in the text (after the space a replacement writes before it).
+struct Replaced {
+  int32_t begin = 0, end = 0;
+  // The value ends as its key does (이달 말에 -> ...까지에): the key was
+  // written with what follows it, so it ends at a boundary.
+  bool keepsEnd = false;
+};
 RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
                                const std::vector<std::string_view>& particles,
-                               const std::vector<std::pair<int32_t, int32_t>>& replaced,
+                               const std::vector<Replaced>& replaced,
                                std::vector<const RETTAGS*>* dropped);
 
-// Where the values of applied replacements stand in the rewritten text,
-// [begin, end) each, in order.
-std::vector<std::pair<int32_t, int32_t>> ReplacedRegions(const retTypeBBT* hits);
+// Where the values of applied replacements stand in the rewritten text, in
+// order.
+std::vector<Replaced> ReplacedRegions(const retTypeBBT* hits);
 
 // Why a found expression at bytes [begin, end) of the text is no date, or
 // NULL when it is one: a number that a measure or a counter continues (1/2컵,

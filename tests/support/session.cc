@@ -28,9 +28,20 @@ ResultsPtr SessionExtract(const ekr_extractor* ex, const std::string& text,
   return ResultsPtr(r);
 }
 
+// The cycle as the whole call writes it: every other week is 00000014000000.
+std::string CycleOf(const ekr_result& e) {
+  const int32_t every = e.cycle_interval > 0 ? e.cycle_interval : 1;
+  int32_t years = 0, months = 0, days = 0;
+  if (e.cycle == EKR_CYCLE_YEAR) years = every;
+  if (e.cycle == EKR_CYCLE_MONTH) months = every;
+  if (e.cycle == EKR_CYCLE_WEEK) days = 7 * every;
+  if (e.cycle == EKR_CYCLE_DAY) days = every;
+  char buf[48];
+  std::snprintf(buf, sizeof(buf), "%04d%02d%02d000000", years % 10000, months % 100, days % 100);
+  return buf;
+}
+
 std::string SessionSummary(const ekr_results* r, std::string* content) {
-  static const char* kCycles[] = {"", "00000001000000", "00000007000000", "00000100000000",
-                                  "00010000000000"};
   const auto flags = [](const ekr_moment& m) {
     return std::to_string(m.has_date) + std::to_string(m.has_time) + std::to_string(m.has_ampm);
   };
@@ -42,7 +53,7 @@ std::string SessionSummary(const ekr_results* r, std::string* content) {
                             "/" + flags(e->end)
                       : TimeString(e->start) + " " + flags(e->start);
     out += "@" + std::to_string(e->begin_char) + "-" + std::to_string(e->end_char);
-    if (e->cycle != EKR_CYCLE_NONE) out += std::string(" every ") + kCycles[e->cycle];
+    if (e->cycle != EKR_CYCLE_NONE) out += " every " + CycleOf(*e);
   }
   *content = ekr_results_content(r);
   return out.empty() ? "-" : out;
