@@ -227,7 +227,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                   : ekr_extract(ex, text.data(), text.size(), ref.c_str(), &r);
   const bool ownYears = options.min_year == 0 && options.max_year == 0;
   int32_t first = 0, last = 0;
-  const bool knownRules = ekr_rules_years(options.rules, &first, &last) == EKR_OK;
+  // Only a value the enum names may be passed by value from C++; the
+  // others are the library's to refuse, which the extract call above did.
+  const bool knownRules = rules == EKR_RULES_READER || rules == EKR_RULES_WHOLE_CALL;
+  if (knownRules &&
+      ekr_rules_years(static_cast<ekr_rules>(rules), &first, &last) != EKR_OK) {
+    __builtin_trap();
+  }
   const bool validOptions =
       knownRules && prefer <= EKR_PREFER_PAST &&
       (rules == EKR_RULES_WHOLE_CALL

@@ -12,6 +12,8 @@
 
 namespace {
 
+using eti::session::AsInt;
+
 using eti::session::Extractor;
 using eti::session::Status;
 
@@ -52,13 +54,6 @@ const char* Missing(const ekr_extractor* ex, const char* text, size_t length, co
   if (o == nullptr) return "no options (NULL)";
   if (text == nullptr && length > 0) return "no text (NULL) of a length above 0";
   return nullptr;
-}
-
-template <typename Enum>
-int AsInt(Enum e) {
-  int v = 0;
-  std::memcpy(&v, &e, sizeof v);
-  return v;
 }
 
 ekr_status Years(bool (*years)(int, int32_t*, int32_t*), ekr_rules rules, int32_t* first,

@@ -186,16 +186,6 @@ ekr_options WholeCallOptions() {
 
 namespace {
 
-// An enum of the C API as the int a C caller stored, which C++ may not load
-// as the enum when it names no value.
-template <typename Enum>
-int AsInt(const Enum& e) {
-  int v = 0;
-  static_assert(sizeof v == sizeof e, "the enums of the C API are ints");
-  std::memcpy(&v, &e, sizeof v);
-  return v;
-}
-
 std::string Window(int32_t first, int32_t last) {
   return std::to_string(first) + ".." + std::to_string(last);
 }

@@ -7,6 +7,7 @@
 #ifndef EXTRACTOR_KR_SESSION_EXTRACTOR_H_
 #define EXTRACTOR_KR_SESSION_EXTRACTOR_H_
 
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -19,6 +20,17 @@
 #include "extractor_kr.h"
 
 namespace eti::session {
+
+// An enum of the C API as the int a C caller stored, which C++ may not load
+// as the enum when it names no value.
+template <typename Enum>
+int AsInt(const Enum& e) {
+  int v = 0;
+  static_assert(sizeof v == sizeof e, "the enums of the C API are ints");
+  std::memcpy(&v, &e, sizeof v);
+  return v;
+}
+
 
 // A status and, for anything but EKR_OK, what went wrong and where
 // ("tags.bin: node 12: label offset 900 outside the pool of 800 bytes").
