@@ -588,7 +588,12 @@ std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
       Placement& place = places.back();
       if (k < ties.size()) place.tie = ties[k];
       for (const WeekdayList& list : weekdayLists) {
-        if (place.begin < list.end && list.begin < place.end) place.alsoWeekdays = list.others;
+        if (place.begin < list.end && list.begin < place.end) {
+          place.alsoWeekdays = list.others;
+          // The list was rewritten as its last weekday: all of it is the
+          // expression's, so that none of it stays in the content.
+          covered[k] = UnionOfOnes(covered[k], {MarkRun{list.begin, list.end, 1}});
+        }
       }
     }
     // A date and the count right after it are one expression: the count's

@@ -215,7 +215,14 @@ std::vector<WeekdayList> RewriteWeekdayLists(std::string* text) {
     // A run of weekday syllables, each after a separator or none.
     std::vector<int32_t> days;
     size_t end = i, j = i;
+    bool everyLast = false;  // the last one already rewritten as weekly (금요일마다)
     while (j + 1 < t.size()) {
+      if (!days.empty() && j > end && at(j, kEvery) && weekdayAt(j + kEvery.size()) >= 0) {
+        days.push_back(weekdayAt(j + kEvery.size()));
+        end = j + kEvery.size() + 2;
+        everyLast = true;
+        break;
+      }
       const int32_t d = weekdayAt(j);
       if (d < 0) break;
       days.push_back(d);
@@ -246,8 +253,8 @@ std::vector<WeekdayList> RewriteWeekdayLists(std::string* text) {
     } else if (at(after, kYol)) {
       after += kYol.size();
     }
-    const bool each = at(after, kMada);
-    if (!every && !each) {
+    const bool each = !everyLast && at(after, kMada);
+    if (!every && !each && !everyLast) {
       i = end;
       continue;
     }
@@ -260,7 +267,7 @@ std::vector<WeekdayList> RewriteWeekdayLists(std::string* text) {
     }
     const size_t stop = each ? after + kMada.size() : after;
     std::string rewritten(stop - i, ' ');
-    if (each) rewritten.replace(0, kEvery.size(), kEvery);
+    if (each || everyLast) rewritten.replace(0, kEvery.size(), kEvery);
     rewritten.replace(rewritten.size() - 4, 2, kDays[static_cast<size_t>(last)]);
     rewritten.replace(rewritten.size() - 2, 2, kYol);
     t.replace(i, stop - i, rewritten);
