@@ -67,6 +67,47 @@ TEST(Cli, ReadsLinesAndJsonLines) {
   EXPECT_EQ(third, "{\"results\":[],\"content\":\"없음\"}");
 }
 
+// Texts with several dates, read by the tool's default rules as a reader
+// reads them (Wednesday 2026-11-25 15:00), each line of its table.
+TEST(Cli, ReadsTextsWithSeveralDatesAsAReaderByDefault) {
+  const struct {
+    const char* text;
+    std::vector<const char*> lines;
+  } cases[] = {
+      {"2027년 봄학기 수강신청은 12월 2일부터 12월 9일까지입니다.",
+       {"12월 2일부터 12월 9일까지  ->  2026-12-02 ~ 2026-12-09"}},
+      {"방학은 1월 5일부터 2월 27일까지입니다. 신청서는 12월 11일까지 내 주세요.",
+       {"1월 5일부터 2월 27일까지  ->  2027-01-05 ~ 2027-02-27",
+        "12월 11일까지  ->  (open) ~ 2026-12-11"}},
+      {"3분기 결산은 11월 30일 월요일 오후 5시까지 제출",
+       {"11월 30일 월요일 오후 5시까지  ->  (open) ~ 2026-11-30 17:00"}},
+      {"세미나는 다다음 주 수요일이고 자료는 금요일까지 보내 주세요",
+       {"다다음 주 수요일  ->  2026-12-09", "금요일까지  ->  (open) ~ 2026-11-27"}},
+      {"다음 달부터 요금이 바뀝니다. 이번 달 말까지 납부하세요.",
+       {"다음 달부터  ->  2026-12-01 ~ (open)", "이번 달 말까지  ->  (open) ~ 2026-11-30"}},
+      {"내일 오후 3시 미팅. 그리고 한 달 전에 보낸 견적서 확인 부탁",
+       {"내일 오후 3시  ->  2026-11-26 15:00", "한 달 전  ->  2026-10-25"}},
+      {"오늘밤 12시 오픈이래. 알람은 11시 40분",
+       {"오늘밤 12시  ->  2026-11-26 00:00", "11시 40분  ->  2026-11-25 23:40"}},
+      {"매주 월,수,금 아침 7시 수영",
+       {"매주 월,수,금 아침 7시  ->  2026-11-27 07:00  (every week)",
+        "매주 월,수,금 아침 7시  ->  2026-11-30 07:00  (every week)",
+        "매주 월,수,금 아침 7시  ->  2026-12-02 07:00  (every week)", "content: \"    수영\""}},
+      {"격주 화요일 스터디 / 목요일마다 독서모임",
+       {"격주 화요일  ->  2026-12-01  (every 2 weeks)", "목요일마다  ->  2026-11-26  (every week)"}},
+      {"이십 일 후에 전역 / 삼십 분 후에 보자",
+       {"이십 일 후  ->  2026-12-15", "삼십 분 후  ->  2026-11-25 15:30"}},
+  };
+  for (const auto& c : cases) {
+    const CliRun r = Cli({"--table", "--ref", "202611251500", c.text});
+    EXPECT_EQ(r.status, 0) << r.err;
+    for (const char* line : c.lines) {
+      EXPECT_NE(r.out.find(std::string("  ") + line + "\n"), std::string::npos)
+          << c.text << "\nwants: " << line << "\ngot:\n" << r.out;
+    }
+  }
+}
+
 TEST(Cli, CharactersOfAnyScriptPassThrough) {
   const CliRun r = Cli({"--ref", "202405151030", "🎉 내일 오후 3시에 봐 😀"});
   EXPECT_EQ(r.status, 0) << r.err;

@@ -3,6 +3,7 @@
 // in zones with and without daylight saving.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -245,6 +246,69 @@ TEST(Service, MomentsSpansAndTheirGrains) {
   EXPECT_EQ(OnlyValue("1997년 10월", "Asia/Seoul", kFriday, {{"years", "1900-2099"}}),
             Interval("1997-10-01T00:00:00.000+09:00", "month", "1997-11-01T00:00:00.000+09:00",
                      "month"));
+}
+
+json Every(json value, const char* period) {
+  value["cycle"] = period;
+  return value;
+}
+
+// Texts with several dates, under the server's default rules, against what a
+// reader acts on (Wednesday 2026-11-25 15:00 in Korea).
+TEST(Service, TextsWithSeveralDatesAreReadAsAReaderReadsThem) {
+  constexpr int64_t kWednesday = 1795586400000;
+  const struct {
+    const char* text;
+    std::vector<std::pair<const char*, json>> want;  // bodies and values, among the answer
+  } cases[] = {
+      {"2027년 봄학기 수강신청은 12월 2일부터 12월 9일까지입니다.",
+       {{"12월 2일부터 12월 9일까지",
+         Interval("2026-12-02T00:00:00.000+09:00", "day", "2026-12-10T00:00:00.000+09:00", "day")}}},
+      {"방학은 1월 5일부터 2월 27일까지입니다. 신청서는 12월 11일까지 내 주세요.",
+       {{"1월 5일부터 2월 27일까지",
+         Interval("2027-01-05T00:00:00.000+09:00", "day", "2027-02-28T00:00:00.000+09:00", "day")},
+        {"12월 11일까지", Interval(nullptr, nullptr, "2026-12-12T00:00:00.000+09:00", "day")}}},
+      {"3분기 결산은 11월 30일 월요일 오후 5시까지 제출",
+       {{"11월 30일 월요일 오후 5시까지",
+         Interval(nullptr, nullptr, "2026-11-30T18:00:00.000+09:00", "hour")}}},
+      {"세미나는 다다음 주 수요일이고 자료는 금요일까지 보내 주세요",
+       {{"다다음 주 수요일", Moment("2026-12-09T00:00:00.000+09:00", "day")},
+        {"금요일까지", Interval(nullptr, nullptr, "2026-11-28T00:00:00.000+09:00", "day")}}},
+      {"다음 달부터 요금이 바뀝니다. 이번 달 말까지 납부하세요.",
+       {{"다음 달부터", Interval("2026-12-01T00:00:00.000+09:00", "day", nullptr, nullptr)},
+        {"이번 달 말까지", Interval(nullptr, nullptr, "2026-12-01T00:00:00.000+09:00", "day")}}},
+      {"내일 오후 3시 미팅. 그리고 한 달 전에 보낸 견적서 확인 부탁",
+       {{"내일 오후 3시", Moment("2026-11-26T15:00:00.000+09:00", "hour")},
+        {"한 달 전", Moment("2026-10-25T00:00:00.000+09:00", "day")}}},
+      {"오늘밤 12시 오픈이래. 알람은 11시 40분",
+       {{"오늘밤 12시", Moment("2026-11-26T00:00:00.000+09:00", "day")},
+        {"11시 40분", Moment("2026-11-25T23:40:00.000+09:00", "minute")}}},
+      {"매주 월,수,금 아침 7시 수영",
+       {{"매주 월,수,금 아침 7시", Every(Moment("2026-11-27T07:00:00.000+09:00", "hour"), "P7D")},
+        {"매주 월,수,금 아침 7시", Every(Moment("2026-11-30T07:00:00.000+09:00", "hour"), "P7D")},
+        {"매주 월,수,금 아침 7시", Every(Moment("2026-12-02T07:00:00.000+09:00", "hour"), "P7D")}}},
+      {"격주 화요일 스터디 / 목요일마다 독서모임",
+       {{"격주 화요일", Every(Moment("2026-12-01T00:00:00.000+09:00", "day"), "P14D")},
+        {"목요일마다", Every(Moment("2026-11-26T00:00:00.000+09:00", "day"), "P7D")}}},
+      {"이십 일 후에 전역 / 삼십 분 후에 보자",
+       {{"이십 일 후", Moment("2026-12-15T00:00:00.000+09:00", "day")},
+        {"삼십 분 후", Moment("2026-11-25T15:30:00.000+09:00", "minute")}}},
+  };
+  for (const auto& c : cases) {
+    const Response r = Parse({{"text", c.text}, {"reftime", std::to_string(kWednesday)}});
+    ASSERT_EQ(r.status, 200) << r.body;
+    std::vector<json> got;
+    for (const json& e : json::parse(r.body)) {
+      json value = e["value"];
+      value.erase("values");
+      got.push_back({{"body", e["body"]}, {"value", value}});
+    }
+    for (const auto& [body, value] : c.want) {
+      const json want = {{"body", body}, {"value", value}};
+      EXPECT_NE(std::find(got.begin(), got.end(), want), got.end())
+          << c.text << "\nwants " << want.dump() << "\ngot " << json(got).dump();
+    }
+  }
 }
 
 TEST(Service, ZonesWithAndWithoutDaylightSaving) {

@@ -277,20 +277,23 @@ bool WholePeriod(const ekr_result& e, date::local_seconds from, date::local_seco
   return true;
 }
 
-const char* CycleName(ekr_cycle c) {
+// The period after which a repeated expression comes back, as an ISO 8601
+// duration: every other week (격주) is P14D.  Empty for no repetition.
+std::string CyclePeriod(ekr_cycle c, int32_t interval) {
+  const int32_t n = interval > 0 ? interval : 1;
   switch (c) {
     case EKR_CYCLE_DAY:
-      return "P1D";
+      return "P" + std::to_string(n) + "D";
     case EKR_CYCLE_WEEK:
-      return "P7D";
+      return "P" + std::to_string(7 * n) + "D";
     case EKR_CYCLE_MONTH:
-      return "P1M";
+      return "P" + std::to_string(n) + "M";
     case EKR_CYCLE_YEAR:
-      return "P1Y";
+      return "P" + std::to_string(n) + "Y";
     case EKR_CYCLE_NONE:
       break;
   }
-  return nullptr;
+  return {};
 }
 
 bool IsOpen(const ekr_moment& m) { return m.year < 0; }
@@ -346,7 +349,8 @@ bool AppendEntity(const ekr_result& e, bool lunar, std::string_view body,
   out->append(",\"end\":").append(std::to_string(e.end_char));
   out->append(",\"dim\":\"time\",\"latent\":false,\"value\":{");
   out->append(fields).append(",\"values\":[{").append(fields).append("}]");
-  if (const char* cycle = CycleName(e.cycle)) out->append(",\"cycle\":\"").append(cycle).append("\"");
+  const std::string cycle = CyclePeriod(e.cycle, e.cycle_interval);
+  if (!cycle.empty()) out->append(",\"cycle\":\"").append(cycle).append("\"");
   if (lunar) out->append(",\"lunar\":true");
   out->append("}}");
   return true;

@@ -246,6 +246,61 @@ class KoreanTimeExtractorTest {
     }
   }
 
+  /** An expression as a reader checks it: its text, start, end and cycle. */
+  private static String reading(TimeExpression t) {
+    String s = t.text() + " " + t.start() + (t.isSpan() ? " ~ " + t.end() : "");
+    if (t.cycle().isPresent()) {
+      s += " every " + (t.cycleInterval() != 1 ? t.cycleInterval() + " x " : "") + t.cycle().get();
+    }
+    return s;
+  }
+
+  @Test
+  void textsWithSeveralDatesAreReadAsAReaderReadsThem() {
+    LocalDateTime wednesday = LocalDateTime.of(2026, 11, 25, 15, 0);
+    String[][] cases = {
+      // text, then what a reader acts on
+      {"2027년 봄학기 수강신청은 12월 2일부터 12월 9일까지입니다.",
+        "12월 2일부터 12월 9일까지 2026-12-02 ~ 2026-12-09"},
+      {"방학은 1월 5일부터 2월 27일까지입니다. 신청서는 12월 11일까지 내 주세요.",
+        "1월 5일부터 2월 27일까지 2027-01-05 ~ 2027-02-27", "12월 11일까지 (open) ~ 2026-12-11"},
+      {"3분기 결산은 11월 30일 월요일 오후 5시까지 제출",
+        "11월 30일 월요일 오후 5시까지 (open) ~ 2026-11-30T17:00"},
+      {"세미나는 다다음 주 수요일이고 자료는 금요일까지 보내 주세요",
+        "다다음 주 수요일 2026-12-09", "금요일까지 (open) ~ 2026-11-27"},
+      {"다음 달부터 요금이 바뀝니다. 이번 달 말까지 납부하세요.",
+        "다음 달부터 2026-12-01 ~ (open)", "이번 달 말까지 (open) ~ 2026-11-30"},
+      {"내일 오후 3시 미팅. 그리고 한 달 전에 보낸 견적서 확인 부탁",
+        "내일 오후 3시 2026-11-26T15:00", "한 달 전 2026-10-25"},
+      {"오늘밤 12시 오픈이래. 알람은 11시 40분",
+        "오늘밤 12시 2026-11-26T00:00", "11시 40분 2026-11-25T23:40"},
+      {"매주 월,수,금 아침 7시 수영",
+        "매주 월,수,금 아침 7시 2026-11-27T07:00 every P7D",
+        "매주 월,수,금 아침 7시 2026-11-30T07:00 every P7D",
+        "매주 월,수,금 아침 7시 2026-12-02T07:00 every P7D"},
+      {"격주 화요일 스터디 / 목요일마다 독서모임",
+        "격주 화요일 2026-12-01 every 2 x P7D", "목요일마다 2026-11-26 every P7D"},
+      {"이십 일 후에 전역 / 삼십 분 후에 보자",
+        "이십 일 후 2026-12-15", "삼십 분 후 2026-11-25T15:30"},
+    };
+    for (String[] c : cases) {
+      List<String> got =
+          extractor.extract(c[0], wednesday).expressions().stream()
+              .map(KoreanTimeExtractorTest::reading)
+              .collect(Collectors.toList());
+      for (int k = 1; k < c.length; ++k) {
+        assertTrue(got.contains(c[k]), c[0] + ": wants " + c[k] + ", got " + got);
+      }
+    }
+    // The native method's rules carry the first span's year into the next sentence.
+    List<TimeExpression> whole =
+        extractor
+            .extract(cases[1][0], wednesday, ExtractOptions.defaults().wholeCall())
+            .expressions();
+    assertEquals("12월 11일까지 (open) ~ 2027-12-11", reading(whole.get(1)));
+    assertEquals("    수영", extractor.extract(cases[7][0], wednesday).content());
+  }
+
   @Test
   void lunarDatesAreFlaggedAndGivenAsSolarDates() {
     String[][] cases = {
