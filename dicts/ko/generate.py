@@ -259,15 +259,6 @@ with its part, so that the part takes the year written before it.""")
                         e.add(key, f"{year}{first}월부터{year}{end}월까지{follower}")
 
 
-def from_with_eseo(e):
-    e.section("""--- 에서 after a year, a month, a day or an hour before an end is the start
-(1600년에서 1603년까지, 3시에서 5시 사이), keyed with the number's last digit
-(수요일에서 목요일로 is a change of day).""")
-    for digit in range(10):
-        for unit in ("년", "월", "일", "시"):
-            e.add(f"{digit}{unit}에서 ", f"{digit}{unit}부터 ")
-
-
 def ranges_of_months(e):
     e.section("""--- A range of months written with its numbers: 1~9월 is January to
 September (1~9월중 수출).""")
@@ -470,9 +461,6 @@ words that say it is the holiday; the word stays outside the expression.""")
         e.add(holiday + " 다음 날", day.format(first + 1))
     # The expression is 설 only: the bytes of the following word become
     # blanks at the end, where they map back onto that word.
-    # before the other holiday (설과 추석): the particle stays
-    for particle in ("과 ", "·", "이나 "):
-        e.add("설" + particle, "음력1월1일" + particle)
     for word in ("명절", "차례", "선물", "대목", "특집", "귀성", "귀성길", "민심", "직전", "직후",
                  "앞두고", "을 앞두고", "을 맞아", "맞이", "바로"):
         rest = " " + word
@@ -575,7 +563,7 @@ RULES = [since_and_before, weekdays_after_week_words, weeks_then_weekday, parts_
          weekends_of_months, beginning_of_week, quarters_and_seasons, rolling_windows, deadlines,
          counts_no_date, ranges_between, native_numbers, week_words, named_years, apostrophe_years,
          holidays, lunch, days_from_an_event, sino_korean_counts, sino_korean_ranges, weekly_each,
-         parts_of_years, ranges_of_months, from_with_eseo]
+         parts_of_years, ranges_of_months]
 
 
 def periods():

@@ -538,7 +538,10 @@ std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
   // The reader rules read a list of weekdays of a weekly expression as one
   // of them and make the others' results beside it.
   std::vector<WeekdayList> weekdayLists;
-  if (CurrentRules().reader) weekdayLists = RewriteWeekdayLists(&work);
+  if (CurrentRules().reader) {
+    weekdayLists = RewriteWeekdayLists(&work);
+    RewriteFromWithEseo(&work);
+  }
   if (trace != nullptr) {
     trace->input.assign(text, static_cast<size_t>(n));
     TraceText(replacements.get(), work, trace);

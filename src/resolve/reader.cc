@@ -278,6 +278,44 @@ std::vector<WeekdayList> RewriteWeekdayLists(std::string* text) {
   return lists;
 }
 
+void RewriteFromWithEseo(std::string* text) {
+  static const std::string kEseo = Cp949("에서"), kFrom = Cp949("부터"), kUntil = Cp949("까지"),
+                           kBetween = Cp949("사이");
+  static const std::vector<std::string> kUnits = Words({"년", "월", "일", "시", "분"});
+  std::string& t = *text;
+  const auto at = [&](size_t i, const std::string& w) { return t.compare(i, w.size(), w) == 0; };
+  const auto unitAt = [&](size_t i) {
+    for (const std::string& u : kUnits) {
+      if (at(i, u)) return true;
+    }
+    return false;
+  };
+  const auto blanks = [&](size_t i) {
+    while (i < t.size() && t[i] == ' ') ++i;
+    return i;
+  };
+  // A number and its unit at i: the byte after them, or npos.
+  const auto numberAndUnit = [&](size_t i) -> size_t {
+    size_t j = i;
+    while (j < t.size() && IsDigit(t[j])) ++j;
+    if (j == i) return std::string::npos;
+    j = blanks(j);  // a replaced unit stands apart (5 시까지)
+    return unitAt(j) ? j + 2 : std::string::npos;
+  };
+  for (size_t i = 3; i + kEseo.size() <= t.size(); ++i) {
+    if (!at(i, kEseo) || !unitAt(i - 2) || !IsDigit(t[i - 3])) continue;
+    size_t j = i + kEseo.size();
+    bool ended = false;
+    for (int groups = 0; groups < 3 && !ended; ++groups) {
+      const size_t after = numberAndUnit(blanks(j));
+      if (after == std::string::npos) break;
+      j = after;
+      ended = at(j, kUntil) || at(blanks(j), kUntil) || at(blanks(j), kBetween);
+    }
+    if (ended) t.replace(i, kEseo.size(), kFrom);
+  }
+}
+
 namespace {
 
 // Whether the character at byte `at` (a lead byte) is a Hangul syllable of

@@ -62,6 +62,12 @@ struct WeekdayList {
 // weekdays left out, for their results to be made beside it.
 std::vector<WeekdayList> RewriteWeekdayLists(std::string* text);
 
+// Rewrites 에서 after a number and its unit as 부터 (the same number of bytes)
+// where an end follows it: a number and its unit, perhaps more of them, then
+// 까지 or 사이 (1600년에서 1603년까지, 3시에서 5시 사이).  Elsewhere 에서 says
+// where or what changes (5월에서 6월로 연기) and stays.
+void RewriteFromWithEseo(std::string* text);
+
 // Takes out of the tagger's tokens those that stand inside a longer word: a
 // dictionary word (a time word, a unit, a counter) that the next character
 // continues (오늘날, 시월애, 정오표, 청년내일저축: neither a blank, a mark or a
