@@ -23,6 +23,7 @@ usage: generate.py [--dictc PATH] [--words PATH] [--check]
 Edit the rules here, never the generated files.
 """
 import argparse
+import hashlib
 import itertools
 import os
 import subprocess
@@ -85,8 +86,6 @@ until it (2008년 이후, 5월 이전, 3시 이후): an open span, not an offset
             e.add(key, key)
     for year in range(1900, 2036):
         for word, role in (("이후", "부터"), ("이전", "까지")):
-            if year < 2000 and word == "이전":
-                continue
             for key in spaced(f"{year}년", word):
                 e.add(key, f"{year}년{role}")
 
@@ -343,9 +342,10 @@ such a message asks for.""")
     e.add("연내에", "올해까지")
     e.add("연내로", "올해까지")
     for part, value in {"오전": "정오까지", "오후": "오후6시까지"}.items():
-        for particle in ("중에", "중으로", "중에는"):
+        for particle in ("중에", "중으로", "중에는", "중 ", "중,", "중."):
             for key in spaced(part, particle):
-                e.add(key, value)
+                rest = particle[len(particle.rstrip(" ,.")):]
+                e.add(key, value + rest)
 
 
 def counts_no_date(e):
@@ -587,8 +587,32 @@ def guards(dictc, words):
     head = ("# Guards: each key is where a time word meets a longer everyday word (the\n"
             "# word list's and trap-words.txt's); its value is blanks that no tag holds,\n"
             "# keeping a time expression before the word.  `dictc traps dicts/ko --words\n"
-            "# LIST` tells, for each, the text and the expression it stops.\n")
+            "# LIST` tells, for each, the text and the expression it stops.\n"
+            + word_list_line(words))
     return BANNER + head + "\n".join(lines) + "\n"
+
+
+WORD_LIST_MARK = "# found with the word list: "
+
+
+def word_list_line(words):
+    """What identifies the word list the guards were found with."""
+    with open(words, "rb") as f:
+        data = f.read()
+    digest = hashlib.sha256(data).hexdigest()[:16]
+    lines = data.count(b"\n")
+    return f"{WORD_LIST_MARK}{os.path.basename(words)}, {lines} lines, sha256 {digest}\n"
+
+
+def recorded_word_list(path):
+    """The word list line written in the guards on disk, or None."""
+    if not os.path.exists(path):
+        return None
+    with open(path, encoding="utf-8") as f:
+        for line in itertools.islice(f, 20):
+            if line.startswith(WORD_LIST_MARK):
+                return line
+    return None
 
 
 def main():
@@ -622,6 +646,16 @@ def main():
     if a.check and stale:
         # The guards depend on the periods: judge them against the new ones.
         sys.exit("generate.py: out of date: " + ", ".join(stale) + " (run dicts/ko/generate.py)")
+    recorded = recorded_word_list(os.path.join(HERE, "replace-guards.txt"))
+    if a.check and recorded is not None and recorded != word_list_line(a.words):
+        # Another word list finds other guards: that is no fault of these
+        # sources, and a machine whose hunspell-ko was updated says so.
+        print("generate.py: the guards were found with another word list than "
+              f"{a.words}:\n  recorded: {recorded[len(WORD_LIST_MARK):].strip()}\n"
+              f"  here:     {word_list_line(a.words)[len(WORD_LIST_MARK):].strip()}\n"
+              "  replace-guards.txt is not compared; run dicts/ko/generate.py to find them "
+              "with this one.")
+        return
     put("replace-guards.txt", guards(a.dictc, a.words))
     if stale:
         sys.exit("generate.py: out of date: " + ", ".join(stale) + " (run dicts/ko/generate.py)")

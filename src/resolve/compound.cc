@@ -238,6 +238,10 @@ DTINFO* Compound(DTINFO* list, const std::vector<Marks>& marks, DTINFO* referenc
       year.day = 1;
       year.relKind = 0;
       year.duration = 1;
+      // A whole year, as 2008년 이후 reads: its first day starts the span.
+      year.spanKind = 1;
+      year.spanYear = 1;
+      year.spanDays = -1;
       if (collides(&year, pm)) next();
       Copy(year, pm, compound, &out->back());
       continue;
