@@ -108,6 +108,32 @@ TEST(Cli, ReadsTextsWithSeveralDatesAsAReaderByDefault) {
   }
 }
 
+// Counts that reach far back are placed on the calendar the rules read
+// (the reader's reaches the year 1000) or give nothing (the whole call's
+// arithmetic stops at 1970): never a moment with a field out of range.
+TEST(Cli, CountsPastTheCalendarGiveRealMomentsOrNothing) {
+  const struct {
+    const char* text;
+    const char* reader;  // the line of the table under the reader's rules
+  } cases[] = {
+      {"5103032시간 전에 끝났어", "5103032시간 전  ->  1432-03-21 02:30"},
+      {"100000일 전", "100000일 전  ->  1740-07-30"},
+      {"3000개월 전", "3000개월 전  ->  1764-05-15"},
+      {"2000000시간 전", "2000000시간 전  ->  1786-03-18 02:30"},
+  };
+  for (const auto& c : cases) {
+    for (const std::vector<std::string>& options :
+         {std::vector<std::string>{}, {"--prefer", "past"}}) {
+      std::vector<std::string> args = options;
+      args.insert(args.end(), {"--table", "--ref", "201405151030", c.text});
+      const CliRun r = Cli(args);
+      EXPECT_NE(r.out.find(std::string("  ") + c.reader + "\n"), std::string::npos) << r.out;
+    }
+    const CliRun whole = Cli({"--rules", "whole-call", "--ref", "201405151030", c.text});
+    EXPECT_EQ(whole.out.rfind("{\"results\":[],", 0), 0u) << whole.out;
+  }
+}
+
 TEST(Cli, CharactersOfAnyScriptPassThrough) {
   const CliRun r = Cli({"--ref", "202405151030", "🎉 내일 오후 3시에 봐 😀"});
   EXPECT_EQ(r.status, 0) << r.err;

@@ -311,6 +311,29 @@ TEST(Service, TextsWithSeveralDatesAreReadAsAReaderReadsThem) {
   }
 }
 
+// Counts that reach before 1970: a moment the calendar has, or nothing; the
+// server writes no date the engine did not give.
+TEST(Service, CountsPastTheCalendarGiveRealMomentsOrNothing) {
+  constexpr int64_t k2014 = 1400117400000;  // 2014-05-15 10:30 in Korea
+  const struct {
+    const char* text;
+    json reader;
+  } cases[] = {
+      {"5103032시간 전에 끝났어", Moment("1432-03-21T02:30:00.000+08:27", "minute")},
+      {"100000일 전", Moment("1740-07-30T00:00:00.000+08:27", "day")},
+      {"3000개월 전", Moment("1764-05-15T00:00:00.000+08:27", "day")},
+      {"2000000시간 전", Moment("1786-03-18T02:30:00.000+08:27", "minute")},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(OnlyValue(c.text, "Asia/Seoul", k2014), c.reader) << c.text;
+    EXPECT_EQ(OnlyValue(c.text, "Asia/Seoul", k2014, {{"prefer", "past"}}), c.reader) << c.text;
+    const Response whole = Parse({{"text", c.text},
+                                  {"reftime", std::to_string(k2014)},
+                                  {"rules", "whole-call"}});
+    EXPECT_EQ(whole.body, "[]") << c.text;
+  }
+}
+
 TEST(Service, ZonesWithAndWithoutDaylightSaving) {
   // Saturday 2024-03-09 12:00 in New York (EST, -05:00); clocks go from
   // 02:00 to 03:00 on Sunday the 10th, and back on 3 November.
