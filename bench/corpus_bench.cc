@@ -21,10 +21,10 @@
 
 #include "common/case_file.h"
 #include "session/cp949.h"
-#include "common/dict_source.h"
-#include "common/file_util.h"
-#include "common/source_set.h"
-#include "common/trie_format.h"
+#include "dict/source.h"
+#include "dict/file_util.h"
+#include "dict/source_set.h"
+#include "dict/trie_format.h"
 #include "extractor_kr.h"
 #include "extractor_kr/stages.h"
 
@@ -80,7 +80,7 @@ struct Corpus {
 
 std::string Source(const std::string& name) {
   std::string text, error;
-  eti::tools::ReadFile(std::string(ETI_SOURCE_DIR) + "/" + name, &text, &error);
+  eti::ReadFile(std::string(ETI_SOURCE_DIR) + "/" + name, &text, &error);
   return text;
 }
 
@@ -90,8 +90,8 @@ const Corpus& TheCorpus() {
   static const Corpus corpus = [] {
     Corpus c;
     const char* dicts = std::getenv("EKR_BENCH_DICTS");
-    std::vector<eti::tools::SourceError> errors;
-    const eti::tools::CompiledSet set = eti::tools::CompileSourceDir(
+    std::vector<eti::SourceError> errors;
+    const eti::CompiledSet set = eti::CompileSourceDir(
         dicts != nullptr ? dicts : std::string(ETI_SOURCE_DIR) + "/dicts/ko", &errors);
     if (!errors.empty()) {
       std::fprintf(stderr, "%s\n", errors[0].Format().c_str());
@@ -104,7 +104,7 @@ const Corpus& TheCorpus() {
     c.units = set.units;
     c.words = set.words;
     const std::string dir = std::string(ETI_SOURCE_DIR) + "/corpus/ko";
-    for (const std::string& f : eti::tools::ListFiles(dir, ".tsv")) {
+    for (const std::string& f : eti::ListFiles(dir, ".tsv")) {
       for (const auto& line : eti::tools::ParseCaseFile(Source("corpus/ko/" + f), f, &errors)) {
         c.texts.emplace_back(eti::Cp949(line.text), line.ref);
         c.utf8.push_back(line.text);

@@ -8,20 +8,20 @@
 #include <vector>
 
 #include "session/cp949.h"
-#include "common/dict_source.h"
-#include "common/trie_format.h"
+#include "dict/source.h"
+#include "dict/trie_format.h"
 #include "extractor_kr/stages.h"
 
 namespace {
 
-std::string Blob(eti::tools::DictKind kind, const std::string& source) {
-  std::vector<eti::tools::SourceError> errors;
-  const auto entries = eti::tools::ReadTrieSource(source, "bench", kind, &errors);
-  return eti::tools::BuildTrieBlob(eti::tools::TrieEntries(entries));
+std::string Blob(eti::DictKind kind, const std::string& source) {
+  std::vector<eti::SourceError> errors;
+  const auto entries = eti::ReadTrieSource(source, "bench", kind, &errors);
+  return eti::BuildTrieBlob(eti::TrieEntries(entries));
 }
 
 struct Dicts {
-  std::string replace = Blob(eti::tools::DictKind::kReplace, "");
+  std::string replace = Blob(eti::DictKind::kReplace, "");
   std::string tags, patterns, units;
   std::string words = "";
   std::string settings = "DEFAULTTIME 13\n";
@@ -44,9 +44,9 @@ void RunCalls(benchmark::State& state, const Dicts& d, const std::string& utf8) 
 // repetition, with no uncovered byte to split the stretch.
 void BM_AmbiguousWordsInOneStretch(benchmark::State& state) {
   Dicts d;
-  d.tags = Blob(eti::tools::DictKind::kTag, "내일모레\trD-Unit[2]\n내일\trD-Unit[1]\n모레\trD-Unit[2]\n");
-  d.patterns = Blob(eti::tools::DictKind::kPattern, "rD-Unit\t1\nrD-Unit*rD-Unit\t2\n");
-  d.units = Blob(eti::tools::DictKind::kUnit, "rD-Unit\trDUnit\n");
+  d.tags = Blob(eti::DictKind::kTag, "내일모레\trD-Unit[2]\n내일\trD-Unit[1]\n모레\trD-Unit[2]\n");
+  d.patterns = Blob(eti::DictKind::kPattern, "rD-Unit\t1\nrD-Unit*rD-Unit\t2\n");
+  d.units = Blob(eti::DictKind::kUnit, "rD-Unit\trDUnit\n");
   std::string text;
   for (int64_t k = 0; k < state.range(0); ++k) text += "내일모레";
   RunCalls(state, d, text);
@@ -58,7 +58,7 @@ BENCHMARK(BM_AmbiguousWordsInOneStretch)->Arg(10)->Arg(100)->Arg(300)->Unit(benc
 void BM_ManyAttributesPerToken(benchmark::State& state) {
   Dicts d;
   const std::string names[] = {"A", "B", "C", "D", "E", "F", "G", "H"};
-  d.tags = Blob(eti::tools::DictKind::kTag, "가\tA,B,C,D,E,F,G,H\n");
+  d.tags = Blob(eti::DictKind::kTag, "가\tA,B,C,D,E,F,G,H\n");
   std::string patterns, units;
   std::string key;
   for (int depth = 1; depth <= 8; ++depth) {
@@ -66,8 +66,8 @@ void BM_ManyAttributesPerToken(benchmark::State& state) {
     patterns += key + "\t" + std::to_string(depth) + "\n";
     units += key + "\tYUnit\n";
   }
-  d.patterns = Blob(eti::tools::DictKind::kPattern, patterns);
-  d.units = Blob(eti::tools::DictKind::kUnit, units);
+  d.patterns = Blob(eti::DictKind::kPattern, patterns);
+  d.units = Blob(eti::DictKind::kUnit, units);
   std::string text;
   for (int64_t k = 0; k < state.range(0); ++k) text += "가";
   RunCalls(state, d, text);

@@ -11,17 +11,17 @@
 #include <vector>
 
 #include "common/case_file.h"
-#include "common/file_util.h"
+#include "dict/file_util.h"
 #include "common/form.h"
 #include "server/duckling.h"
-#include "session/extractor.h"
+#include "extractor_kr.hpp"
 
 namespace {
 
 using eti::server::Request;
 
 struct Messages {
-  std::unique_ptr<eti::session::Extractor> ex;
+  ekr::Extractor ex;
   std::unique_ptr<eti::server::Service> service;
   std::vector<Request> requests;
   std::vector<std::pair<std::string, std::string>> texts;  // text, reference
@@ -30,14 +30,15 @@ struct Messages {
 const Messages& TheMessages() {
   static const Messages m = [] {
     Messages out;
-    if (!eti::session::Extractor::OpenDefault(&out.ex).ok()) std::abort();
+    out.ex = ekr::OpenDefault();
+    if (out.ex == nullptr) std::abort();
     out.service = std::make_unique<eti::server::Service>(out.ex.get(),
                                                          eti::server::FindZone("Asia/Seoul"));
     const std::string dir = std::string(ETI_SOURCE_DIR) + "/corpus/ko";
-    std::vector<eti::tools::SourceError> errors;
-    for (const std::string& f : eti::tools::ListFiles(dir, ".tsv")) {
+    std::vector<eti::SourceError> errors;
+    for (const std::string& f : eti::ListFiles(dir, ".tsv")) {
       std::string text, error;
-      eti::tools::ReadFile(dir + "/" + f, &text, &error);
+      eti::ReadFile(dir + "/" + f, &text, &error);
       for (const auto& c : eti::tools::ParseCaseFile(text, f, &errors)) {
         Request r;
         r.method = "POST";
@@ -84,8 +85,8 @@ void BM_LibraryCall(benchmark::State& state) {
   ekr_options_init(&o);
   size_t k = 0;
   for (auto _ : state) {
-    eti::session::Results r;
-    benchmark::DoNotOptimize(m.ex->Extract(m.texts[k].first, "202405241030", o, &r));
+    ekr::Results r;
+    benchmark::DoNotOptimize(ekr::Extract(m.ex.get(), m.texts[k].first, "202405241030", o, &r));
     k = (k + 1) % m.texts.size();
   }
   state.SetItemsProcessed(static_cast<int64_t>(state.iterations()));

@@ -4,15 +4,15 @@
 #include <cstdlib>
 #include <vector>
 
-#include "common/source_set.h"
+#include "dict/source_set.h"
 
 namespace eti::fuzz {
 
 const DictSet& DefaultDicts() {
   static const DictSet set = [] {
-    std::vector<tools::SourceError> errors;
-    const tools::CompiledSet c =
-        tools::CompileSourceDir(std::string(ETI_SOURCE_DIR) + "/dicts/ko", &errors);
+    std::vector<eti::SourceError> errors;
+    const eti::CompiledSet c =
+        eti::CompileSourceDir(std::string(ETI_SOURCE_DIR) + "/dicts/ko", &errors);
     if (!errors.empty()) {
       std::fprintf(stderr, "%s\n", errors[0].Format().c_str());
       std::abort();

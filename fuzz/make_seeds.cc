@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "common/case_file.h"
-#include "common/file_util.h"
+#include "dict/file_util.h"
 #include "common/form.h"
 #include "session/cp949.h"
 #include "fuzz_dicts.h"
@@ -26,7 +26,7 @@ void Write(const std::string& path, const std::string& bytes) {
 
 std::string Read(const std::string& path) {
   std::string text, error;
-  eti::tools::ReadFile(path, &text, &error);
+  eti::ReadFile(path, &text, &error);
   return text;
 }
 
@@ -43,8 +43,8 @@ int main(int argc, char** argv) {
   const std::string corpus = std::string(ETI_SOURCE_DIR) + "/corpus/ko";
   std::string texts, jsonl;
   int n = 0;
-  std::vector<eti::tools::SourceError> errors;
-  for (const std::string& f : eti::tools::ListFiles(corpus, ".tsv")) {
+  std::vector<eti::SourceError> errors;
+  for (const std::string& f : eti::ListFiles(corpus, ".tsv")) {
     for (const auto& c : eti::tools::ParseCaseFile(Read(corpus + "/" + f), f, &errors)) {
       const std::string cp949 = eti::Cp949(c.text);
       const std::string id = std::to_string(n++);

@@ -17,16 +17,16 @@
 #include <string>
 
 #include "server/duckling.h"
-#include "session/extractor.h"
+#include "extractor_kr.hpp"
 
 namespace {
 
 using eti::server::Fields;
 
 const eti::server::Service& TheService() {
-  static const std::unique_ptr<eti::session::Extractor> ex = [] {
-    std::unique_ptr<eti::session::Extractor> e;
-    if (!eti::session::Extractor::OpenDefault(&e).ok()) std::abort();
+  static const ekr::Extractor ex = [] {
+    ekr::Extractor e = ekr::OpenDefault();
+    if (e == nullptr) std::abort();
     return e;
   }();
   static const eti::server::Service service(ex.get(), eti::server::FindZone("Asia/Seoul"));

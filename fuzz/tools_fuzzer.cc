@@ -10,15 +10,16 @@
 #include <vector>
 
 #include "cli/cli.h"
-#include "common/consistency.h"
+#include "dictc/consistency.h"
 #include "session/cp949.h"
-#include "common/dict_source.h"
-#include "common/trie_format.h"
+#include "dict/source.h"
+#include "dict/trie_format.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
   const int mode = data[0] % 8;
   const std::string in(reinterpret_cast<const char*>(data) + 1, size - 1);
+  using namespace eti;
   using namespace eti::tools;
   switch (mode) {
     case 0:

@@ -101,9 +101,21 @@ typedef struct ekr_dictionaries {
 /* The bundled Korean set, compiled into the library: needs no files. */
 EKR_EXPORT ekr_status ekr_open_default(ekr_extractor** out);
 
-/* A directory holding settings.txt, replace.bin, tags.bin, patterns.bin,
- * units.bin and words.dic.  EKR_ERROR_IO when one cannot be read. */
+/* A directory of a set: the compiled files settings.txt, replace.bin,
+ * tags.bin, patterns.bin, units.bin and words.dic, or, without tags.bin,
+ * the readable sources settings.txt, words.txt and each trie as NAME.txt
+ * and NAME-*.txt (replace, tags, patterns, units), compiled on opening.
+ * EKR_ERROR_IO when a file cannot be read; EKR_ERROR_DICTIONARY when a
+ * source is wrong (ekr_last_error gives "file:line: problem", one a line).
+ * A set opened from sources remembers where each key was written, which
+ * ekr_explain shows. */
 EKR_EXPORT ekr_status ekr_open_dir(const char* dir, ekr_extractor** out);
+
+/* As ekr_open_dir (dir NULL: the bundled set), with the settings text of
+ * the file `settings` in place of the set's own (settings NULL: the set's
+ * own). */
+EKR_EXPORT ekr_status ekr_open_with_settings(const char* dir, const char* settings,
+                                             ekr_extractor** out);
 
 /* Dictionaries given as blobs; copies what it keeps, so the blobs may be
  * freed as soon as it returns. */
@@ -111,6 +123,11 @@ EKR_EXPORT ekr_status ekr_open(const ekr_dictionaries* d, ekr_extractor** out);
 
 /* Frees an extractor.  NULL is a no-op.  No call may be using it. */
 EKR_EXPORT void ekr_close(ekr_extractor* ex);
+
+/* The six dictionaries an extractor was opened with (sources compiled,
+ * settings replaced), as the whole-call entry takes them; they belong to
+ * the extractor and live as long as it does. */
+EKR_EXPORT ekr_status ekr_dictionaries_of(const ekr_extractor* ex, ekr_dictionaries* out);
 
 /* The status in words ("ok", "invalid text" ...); never NULL. */
 EKR_EXPORT const char* ekr_status_text(ekr_status s);

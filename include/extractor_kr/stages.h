@@ -538,6 +538,10 @@ ETI_EXPORT int32_t ETI_Main(const char* text, TYPED_RESULT** results,
 /* Frees a TYPED_RESULT list: each node's content, then the node. */
 ETI_EXPORT void ETI_FreeTypedResults(TYPED_RESULT* list);
 
+/* The JSON array the native method answers with for a TYPED_RESULT list, in
+ * the text's CP949 bytes (malloc'd; "[]" for an empty list). */
+ETI_EXPORT char* ETI_ResultsJson(const TYPED_RESULT* list);
+
 /* Typed copy of a RESULT_ETS list (content left NULL), or NULL. */
 ETI_EXPORT TYPED_RESULT* newType(const RESULT_ETS* list, const char* text,
                                  int32_t textLength);

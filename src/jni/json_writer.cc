@@ -104,3 +104,5 @@ char* WriteJsonArray(const TYPED_RESULT* list) {
 }
 
 }  // namespace eti
+
+extern "C" char* ETI_ResultsJson(const TYPED_RESULT* list) { return eti::WriteJsonArray(list); }

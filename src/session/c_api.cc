@@ -3,6 +3,7 @@
 // went wrong in words is kept per thread for ekr_last_error.
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <new>
 #include <string>
@@ -31,20 +32,6 @@ ekr_status Fail(ekr_status code, const char* detail) {
 ekr_status Fail(const Status& s) { return Fail(s.code, s.detail.c_str()); }
 ekr_status OutOfMemory() { return Fail(EKR_ERROR_MEMORY, "out of memory"); }
 
-template <typename OpenFn>
-ekr_status OpenWith(ekr_extractor** out, OpenFn open) {
-  if (out == nullptr) return Fail(EKR_ERROR_ARGUMENT, "no place for the extractor (out is NULL)");
-  *out = nullptr;
-  try {
-    std::unique_ptr<Extractor> impl;
-    const Status s = open(&impl);
-    if (!s.ok()) return Fail(s);
-    *out = new ekr_extractor{std::move(impl)};
-    return EKR_OK;
-  } catch (const std::bad_alloc&) {
-    return OutOfMemory();
-  }
-}
 
 // What an extraction lacks, in words; NULL when it has everything.
 const char* Missing(const ekr_extractor* ex, const char* text, size_t length, const char* reference,
@@ -70,6 +57,26 @@ ekr_status Years(bool (*years)(int, int32_t*, int32_t*), ekr_rules rules, int32_
 
 }  // namespace
 
+namespace eti::session {
+
+ekr_status OpenForC(ekr_extractor** out, const std::function<Status(std::unique_ptr<Extractor>*)>& open) {
+  if (out == nullptr) return Fail(EKR_ERROR_ARGUMENT, "no place for the extractor (out is NULL)");
+  *out = nullptr;
+  try {
+    std::unique_ptr<Extractor> impl;
+    const Status s = open(&impl);
+    if (!s.ok()) return Fail(s);
+    *out = new ekr_extractor{std::move(impl)};
+    return EKR_OK;
+  } catch (const std::bad_alloc&) {
+    return OutOfMemory();
+  }
+}
+
+}  // namespace eti::session
+
+using eti::session::OpenForC;
+
 extern "C" {
 
 ekr_status ekr_open(const ekr_dictionaries* d, ekr_extractor** out) {
@@ -77,7 +84,7 @@ ekr_status ekr_open(const ekr_dictionaries* d, ekr_extractor** out) {
     if (out != nullptr) *out = nullptr;
     return Fail(EKR_ERROR_ARGUMENT, "no dictionaries (NULL)");
   }
-  return OpenWith(out, [d](std::unique_ptr<Extractor>* impl) { return Extractor::Open(*d, impl); });
+  return OpenForC(out, [d](std::unique_ptr<Extractor>* impl) { return Extractor::Open(*d, impl); });
 }
 
 ekr_status ekr_open_dir(const char* dir, ekr_extractor** out) {
@@ -85,11 +92,19 @@ ekr_status ekr_open_dir(const char* dir, ekr_extractor** out) {
     if (out != nullptr) *out = nullptr;
     return Fail(EKR_ERROR_ARGUMENT, "no directory (NULL)");
   }
-  return OpenWith(out,
+  return OpenForC(out,
                   [dir](std::unique_ptr<Extractor>* impl) { return Extractor::OpenDir(dir, impl); });
 }
 
 void ekr_close(ekr_extractor* ex) { delete ex; }
+
+ekr_status ekr_dictionaries_of(const ekr_extractor* ex, ekr_dictionaries* out) {
+  if (ex == nullptr || out == nullptr) {
+    return Fail(EKR_ERROR_ARGUMENT, ex == nullptr ? "no extractor (NULL)" : "no place for the dictionaries (NULL)");
+  }
+  *out = ex->impl->Dictionaries();
+  return EKR_OK;
+}
 
 const char* ekr_status_text(ekr_status s) {
   switch (s) {

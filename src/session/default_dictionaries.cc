@@ -29,8 +29,19 @@ ekr_dictionaries DefaultDictionaries() {
   };
 }
 
-Status Extractor::OpenDefault(std::unique_ptr<Extractor>* out) {
-  return Open(DefaultDictionaries(), out);
+Status Extractor::OpenDefault(std::unique_ptr<Extractor>* out, const std::string& settingsFile) {
+  if (settingsFile.empty()) return Open(DefaultDictionaries(), out);
+  const ekr_dictionaries d = DefaultDictionaries();
+  const auto text = [](const ekr_blob& b) {
+    return std::string(static_cast<const char*>(b.data), b.size);
+  };
+  CompiledSet set;
+  set.replace = text(d.replacements);
+  set.tags = text(d.tags);
+  set.patterns = text(d.patterns);
+  set.units = text(d.unit_sequences);
+  set.words = text(d.words);
+  return OpenSet(std::move(set), settingsFile, out);
 }
 
 }  // namespace eti::session
@@ -41,4 +52,17 @@ Status Extractor::OpenDefault(std::unique_ptr<Extractor>* out) {
 extern "C" ekr_status ekr_open_default(ekr_extractor** out) {
   const ekr_dictionaries d = eti::session::DefaultDictionaries();
   return ekr_open(&d, out);
+}
+
+extern "C" ekr_status ekr_open_with_settings(const char* dir, const char* settings,
+                                             ekr_extractor** out) {
+  const std::string file = settings != nullptr ? settings : "";
+  if (dir == nullptr) {
+    return eti::session::OpenForC(out, [&](std::unique_ptr<eti::session::Extractor>* impl) {
+      return eti::session::Extractor::OpenDefault(impl, file);
+    });
+  }
+  return eti::session::OpenForC(out, [&](std::unique_ptr<eti::session::Extractor>* impl) {
+    return eti::session::Extractor::OpenDir(dir, impl, file);
+  });
 }

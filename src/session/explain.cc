@@ -119,6 +119,9 @@ Status Extractor::Explain(std::string_view text, std::string_view reference,
     w.Key("tags").BeginArray();
     for (const std::string& tag : t.tags) w.String(tag);
     w.EndArray();
+    const std::string origin = OriginOf(1, trace.normalised.substr(
+                                               static_cast<size_t>(t.at), static_cast<size_t>(t.length)));
+    if (!origin.empty()) w.Key("source").String(origin);
     w.EndObject();
   }
   w.EndArray();
@@ -129,6 +132,8 @@ Status Extractor::Explain(std::string_view text, std::string_view reference,
     w.Key("text").String(Slice(trace.normalised, m.begin, m.end));
     w.Key("pattern").String(m.pattern);
     w.Key("outcome").String(m.outcome);
+    const std::string origin = OriginOf(2, m.pattern);
+    if (!origin.empty()) w.Key("source").String(origin);
     w.EndObject();
   }
   w.EndArray();

@@ -5,6 +5,8 @@
 // and every position and the content are mapped back onto the text given.
 #include "session/extractor.h"
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -14,6 +16,7 @@
 #include "calendar/arith.h"
 #include "calendar/rules.h"
 #include "session/text.h"
+#include "dict/source_set.h"
 
 namespace eti::session {
 
@@ -136,6 +139,9 @@ Status Extractor::Open(const ekr_dictionaries& d, std::unique_ptr<Extractor>* ou
   }
   std::unique_ptr<Extractor> ex(new (std::nothrow) Extractor());
   if (ex == nullptr) return Status::Error(EKR_ERROR_MEMORY, "out of memory");
+  for (int k = 0; k < 6; ++k) {
+    if (blobs[k].size > 0) ex->blobs_[k].assign(static_cast<const char*>(blobs[k].data), blobs[k].size);
+  }
   for (int k = 0; k < 4; ++k) {
     std::string problem;
     ex->tries_[k].reset(LoadCheckedTrie(blobs[k + 1].data, blobs[k + 1].size, &problem));
@@ -164,16 +170,55 @@ Status Extractor::Open(const ekr_dictionaries& d, std::unique_ptr<Extractor>* ou
   return {};
 }
 
-Status Extractor::OpenDir(const std::string& dir, std::unique_ptr<Extractor>* out) {
-  std::string files[6];
-  for (int k = 0; k < 6; ++k) {
-    Status s = ReadWholeFile(dir + "/" + kDictionaryFiles[k], &files[k]);
+Status Extractor::OpenDir(const std::string& dir, std::unique_ptr<Extractor>* out,
+                          const std::string& settingsFile) {
+  CompiledSet set;
+  const auto exists = [](const std::string& path) {
+    struct stat st;
+    return stat(path.c_str(), &st) == 0;
+  };
+  if (exists(dir + "/tags.bin")) {
+    std::string* parts[6] = {&set.settings, &set.replace, &set.tags,
+                             &set.patterns, &set.units,   &set.words};
+    for (int k = 0; k < 6; ++k) {
+      Status s = ReadWholeFile(dir + "/" + kDictionaryFiles[k], parts[k]);
+      if (!s.ok()) return s;
+    }
+  } else if (exists(dir + "/tags.txt")) {
+    std::vector<SourceError> errors;
+    set = CompileSourceDir(dir, &errors);
+    if (!errors.empty()) {
+      std::string detail;
+      for (const SourceError& e : errors) detail += (detail.empty() ? "" : "\n") + e.Format();
+      // A file that cannot be read is an I/O error; anything else a fault of
+      // the sources.
+      const bool unreadable = errors.front().line == 0;
+      return Status::Error(unreadable ? EKR_ERROR_IO : EKR_ERROR_DICTIONARY, detail);
+    }
+  } else {
+    return Status::Error(EKR_ERROR_IO,
+                         dir + ": no dictionaries there (neither tags.bin nor tags.txt)");
+  }
+  Status s = OpenSet(std::move(set), settingsFile, out);
+  if (!s.ok() && s.code == EKR_ERROR_DICTIONARY) s.detail = dir + "/" + s.detail;
+  return s;
+}
+
+Status Extractor::OpenSet(CompiledSet&& set, const std::string& settingsFile,
+                          std::unique_ptr<Extractor>* out) {
+  if (!settingsFile.empty()) {
+    Status s = ReadWholeFile(settingsFile, &set.settings);
     if (!s.ok()) return s;
   }
-  const auto blob = [&](int k) { return ekr_blob{files[k].data(), files[k].size()}; };
-  Status s = Open({blob(0), blob(1), blob(2), blob(3), blob(4), blob(5)}, out);
-  if (!s.ok()) s.detail = dir + "/" + s.detail;
-  return s;
+  Status s = Open(set.View(), out);
+  if (!s.ok()) return s;
+  for (int k = 0; k < 4; ++k) (*out)->origins_[k] = std::move(set.origins[k]);
+  return {};
+}
+
+ekr_dictionaries Extractor::Dictionaries() const {
+  const auto b = [](const std::string& s) { return ekr_blob{s.data(), s.size()}; };
+  return {b(blobs_[0]), b(blobs_[1]), b(blobs_[2]), b(blobs_[3]), b(blobs_[4]), b(blobs_[5])};
 }
 
 ekr_options DefaultOptions() {

@@ -8,6 +8,7 @@
 #define EXTRACTOR_KR_SESSION_EXTRACTOR_H_
 
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -16,6 +17,7 @@
 
 #include "calendar/rules.h"
 #include "dict/btrie.h"
+#include "dict/source_set.h"
 #include "driver/engine.h"
 #include "extractor_kr.h"
 
@@ -84,10 +86,16 @@ class Extractor {
  public:
   // Loads and checks a set; copies what it keeps.
   static Status Open(const ekr_dictionaries& d, std::unique_ptr<Extractor>* out);
-  // Reads the six files of a directory (kDictionaryFiles) and opens them.
-  static Status OpenDir(const std::string& dir, std::unique_ptr<Extractor>* out);
-  // The set compiled into the library.
-  static Status OpenDefault(std::unique_ptr<Extractor>* out);
+  // Opens a directory: the six compiled files (kDictionaryFiles) when
+  // tags.bin is there, otherwise its sources (settings.txt, words.txt and
+  // each trie as NAME.txt and NAME-*.txt), compiled in memory and keeping
+  // where each key was written.  With `settingsFile`, that file's text
+  // replaces the set's settings.
+  static Status OpenDir(const std::string& dir, std::unique_ptr<Extractor>* out,
+                        const std::string& settingsFile = "");
+  // The set compiled into the library, with the settings of `settingsFile`
+  // when one is given.
+  static Status OpenDefault(std::unique_ptr<Extractor>* out, const std::string& settingsFile = "");
 
   ~Extractor() = default;
   Extractor(const Extractor&) = delete;
@@ -107,9 +115,18 @@ class Extractor {
   Status Explain(std::string_view text, std::string_view reference, const ekr_options& options,
                  std::string* json) const;
 
+  // The six dictionaries as they were opened, for the whole-call entry.
+  ekr_dictionaries Dictionaries() const;
+
  private:
   Extractor() = default;
+  // Opens a compiled set, its settings replaced by `settingsFile`'s text
+  // when one is given, keeping the origins of its keys.
+  static Status OpenSet(CompiledSet&& set, const std::string& settingsFile,
+                        std::unique_ptr<Extractor>* out);
 
+  // The six parts as opened (settings, the four tries, the word list).
+  std::string blobs_[6];
   std::unique_ptr<BTrie, TrieDeleter> tries_[4];
   std::unique_ptr<ChainIndex> indexes_[4];
   std::string wordText_;
@@ -127,6 +144,11 @@ class Extractor {
     return it == origins_[k].end() ? std::string() : it->second;
   }
 };
+
+// Opens an extractor for a C caller: the status of `open`, its detail kept
+// for ekr_last_error, running out of memory as EKR_ERROR_MEMORY.
+ekr_status OpenForC(ekr_extractor** out,
+                    const std::function<Status(std::unique_ptr<Extractor>*)>& open);
 
 }  // namespace eti::session
 

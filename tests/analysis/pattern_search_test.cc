@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "common/trie_format.h"
+#include "dict/trie_format.h"
 #include "support/records.h"
 
 namespace eti::testing {
@@ -163,7 +163,7 @@ TEST(PatternSearch, PrunedEnumerationAgreesWithThePlainOne) {
 std::string RandomShapedTrie(std::mt19937* rng) {
   static const char* kLabels[] = {"A", "B", "C", "*", "A*", "*B", "A*C", "AB", "*A*", "", "B*"};
   const int n = 1 + static_cast<int>((*rng)() % 14);
-  std::vector<tools::TrieNode> nodes(n);
+  std::vector<eti::TrieNode> nodes(n);
   // Each node after the first hangs as the first child or the next sibling
   // of an earlier one (no cycles, every node reachable).
   for (int i = 0; i < n; ++i) {
@@ -171,7 +171,7 @@ std::string RandomShapedTrie(std::mt19937* rng) {
     if ((*rng)() % 2 == 0) nodes[i].value = std::to_string(1 + (*rng)() % 5);
     if (i == 0) continue;
     for (int tries = 0; tries < 20; ++tries) {
-      tools::TrieNode& p = nodes[(*rng)() % i];
+      eti::TrieNode& p = nodes[(*rng)() % i];
       int32_t& link = (*rng)() % 2 ? p.child : p.sibling;
       if (link == -1) {
         link = i;
@@ -179,7 +179,7 @@ std::string RandomShapedTrie(std::mt19937* rng) {
       }
     }
   }
-  return tools::WriteTrieNodes(nodes);
+  return eti::WriteTrieNodes(nodes);
 }
 
 TEST(PatternSearch, PrunedEnumerationAgreesOnTriesOfAnyShape) {

@@ -19,7 +19,7 @@ namespace {
 TEST(Corpus, EverySentenceGivesItsExpectedResults) {
   const DictSet dicts = LoadDictSet("dicts/ko");
   const std::vector<std::string> files =
-      tools::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv");
+      eti::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv");
   ASSERT_EQ(files.size(), 20u);
   int total = 0, passed = 0;
   std::printf("%-28s %9s %7s\n", "class", "sentences", "passed");

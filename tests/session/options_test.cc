@@ -279,7 +279,7 @@ bool PlacesItsOwnDate(const std::string& t) {
 // after the reference, whatever the reference.
 TEST(Options, WithoutFutureWordsNothingStartsAfterTheReferenceInThePast) {
   std::vector<std::string> texts;
-  for (const std::string& f : tools::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
+  for (const std::string& f : eti::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
     for (const Case& c : ReadCases("corpus/ko/" + f)) {
       if (!PlacesItsOwnDate(c.text)) texts.push_back(c.text);
     }

@@ -34,7 +34,7 @@ std::string Read(const std::string& text, const std::string& ref, std::string* c
 
 TEST(Reader, EveryCorpusTextGivesItsExpectedResults) {
   const std::vector<std::string> files =
-      tools::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko-reader", ".tsv");
+      eti::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko-reader", ".tsv");
   ASSERT_GE(files.size(), 3u);
   for (const std::string& file : files) {
     int n = 0, ok = 0;

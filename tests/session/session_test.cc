@@ -60,7 +60,7 @@ TEST(Session, SameAnswersAsTheWholeCallOnTheCorpusAndTheCases) {
   for (auto set : sets) {
     if (set.files.empty()) {
       for (const std::string& f :
-           tools::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
+           eti::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
         set.files.push_back("corpus/ko/" + f);
       }
     }
@@ -81,7 +81,7 @@ TEST(Session, SameAnswersOnGeneratedTexts) {
   std::vector<std::string> words = {"3",  "15", "2024", "09", ".", "/", "-", "~",  ":",
                                     ",",  "\"", "7",    "30", "매", "주", "일", "\t"};
   for (const std::string& f :
-       tools::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
+       eti::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
     for (const Case& c : ReadCases("corpus/ko/" + f)) {
       std::istringstream in(c.text);
       for (std::string w; in >> w;) words.push_back(w);
@@ -108,7 +108,7 @@ std::string LongText(size_t bytes, unsigned seed) {
   std::vector<std::string> pieces = {"다음 주 화요일 3시", "낼", "이번 달 초", "한 시간",
                                      "추석", "3-1", "7월 13일부터 15일까지", "매주 월요일"};
   for (const std::string& f :
-       tools::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
+       eti::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
     for (const Case& c : ReadCases("corpus/ko/" + f)) pieces.push_back(c.text);
   }
   std::mt19937 random(seed);

@@ -22,7 +22,7 @@ struct Sentence {
 std::vector<Sentence> Corpus() {
   std::vector<Sentence> out;
   for (const std::string& f :
-       tools::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
+       eti::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
     for (const Case& c : ReadCases("corpus/ko/" + f)) out.push_back({c.text, c.ref, "", ""});
   }
   // Texts the whole-call entry cannot take, for the session alone.

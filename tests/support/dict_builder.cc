@@ -6,24 +6,24 @@
 #include <vector>
 
 #include "common/case_file.h"
-#include "common/file_util.h"
-#include "common/trie_format.h"
+#include "dict/file_util.h"
+#include "dict/trie_format.h"
 #include "jni/json_writer.h"
 
 namespace eti::testing {
 
 std::string CompileTrie(DictKind kind, std::string_view source) {
-  std::vector<tools::SourceError> errors;
-  const auto entries = tools::ReadTrieSource(source, "test-source", kind, &errors);
+  std::vector<eti::SourceError> errors;
+  const auto entries = eti::ReadTrieSource(source, "test-source", kind, &errors);
   for (const auto& e : errors) ADD_FAILURE() << e.Format();
-  return tools::BuildTrieBlob(tools::TrieEntries(entries));
+  return eti::BuildTrieBlob(eti::TrieEntries(entries));
 }
 
 std::string CompileWords(std::string_view source) {
-  std::vector<tools::SourceError> errors;
-  const auto words = tools::ReadWordSource(source, "test-words", &errors);
+  std::vector<eti::SourceError> errors;
+  const auto words = eti::ReadWordSource(source, "test-words", &errors);
   for (const auto& e : errors) ADD_FAILURE() << e.Format();
-  return tools::WordListText(words);
+  return eti::WordListText(words);
 }
 
 TriePtr LoadSource(DictKind kind, std::string_view source) {
@@ -35,15 +35,15 @@ TriePtr LoadSource(DictKind kind, std::string_view source) {
 
 std::string ReadSourceFile(const std::string& relative) {
   std::string text, error;
-  if (!tools::ReadFile(std::string(ETI_SOURCE_DIR) + "/" + relative, &text, &error)) {
+  if (!eti::ReadFile(std::string(ETI_SOURCE_DIR) + "/" + relative, &text, &error)) {
     ADD_FAILURE() << error;
   }
   return text;
 }
 
 DictSet LoadDictSet(const std::string& relativeDir) {
-  std::vector<tools::SourceError> errors;
-  DictSet d = tools::CompileSourceDir(std::string(ETI_SOURCE_DIR) + "/" + relativeDir, &errors);
+  std::vector<eti::SourceError> errors;
+  DictSet d = eti::CompileSourceDir(std::string(ETI_SOURCE_DIR) + "/" + relativeDir, &errors);
   for (const auto& e : errors) ADD_FAILURE() << e.Format();
   return d;
 }
@@ -146,7 +146,7 @@ std::string Summary(const std::string& json, std::string* content) {
 }
 
 std::vector<Case> ReadCases(const std::string& relativePath) {
-  std::vector<tools::SourceError> errors;
+  std::vector<eti::SourceError> errors;
   const auto lines = tools::ParseCaseFile(ReadSourceFile(relativePath), relativePath, &errors);
   for (const auto& e : errors) ADD_FAILURE() << e.Format();
   std::vector<Case> cases;

@@ -9,14 +9,14 @@
 #include <vector>
 
 #include "session/cp949.h"
-#include "common/dict_source.h"
-#include "common/source_set.h"
+#include "dict/source.h"
+#include "dict/source_set.h"
 #include "dict/btrie.h"
 
 namespace eti::testing {
 
 using eti::Cp949;
-using tools::DictKind;
+using eti::DictKind;
 using eti::Utf8;
 
 // The blob of a trie source; a source error fails the current test.
@@ -35,7 +35,7 @@ std::string ReadSourceFile(const std::string& relative);
 
 // The six arrays of a call, compiled from the sources of a directory of the
 // source tree as dictc compiles them (a source error fails the test).
-using DictSet = tools::CompiledSet;
+using DictSet = eti::CompiledSet;
 DictSet LoadDictSet(const std::string& relativeDir);
 
 // ETI_Main over a UTF-8 text with a dictionary set: the JSON array, in

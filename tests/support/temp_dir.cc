@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <fstream>
 
-#include "common/file_util.h"
+#include "dict/file_util.h"
 
 namespace eti::testing {
 
@@ -29,7 +29,7 @@ void TempDir::Write(const std::string& name, const std::string& bytes) const {
 
 std::string TempDir::Read(const std::string& name) const {
   std::string text, error;
-  tools::ReadFile(Path(name), &text, &error);
+  eti::ReadFile(Path(name), &text, &error);
   return text;
 }
 

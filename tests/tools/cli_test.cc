@@ -4,11 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "session/cp949.h"
+#include "dict/file_util.h"
 
 namespace eti::tools {
 namespace {
@@ -132,6 +134,80 @@ TEST(Cli, CountsPastTheCalendarGiveRealMomentsOrNothing) {
     const CliRun whole = Cli({"--rules", "whole-call", "--ref", "201405151030", c.text});
     EXPECT_EQ(whole.out.rfind("{\"results\":[],", 0), 0u) << whole.out;
   }
+}
+
+// --explain shows every stage, the source line of what it used when the set
+// was given as sources, and ends with the answer the default output gives.
+TEST(Cli, ExplainShowsEachStageAndTheAnswer) {
+  const std::string sources = std::string(ETI_SOURCE_DIR) + "/dicts/ko";
+  const struct {
+    std::vector<std::string> args;
+    std::vector<const char*> parts;
+  } cases[] = {
+      {{"--rules", "whole-call", "한 시민이 제보했다"},
+       {"whole-call rules", "1. normalised: \" 1  ____이 제보했다\"",
+        "\"시민\" -> \"____\"  (replace-guards.txt:", "2. tokens:", "3. patterns:",
+        "only begins a pattern", "4. records:", "5. answer:"}},
+      {{"다음 주 화요일 10시 회의"},
+       {"reader rules", "\"다음 \" -> \"다음\"  (replace-periods.txt:", "\"다음주\" at 1: Rel[1]  (tags.txt:",
+        "\"다음주 화요일\"  Rel*WeekdayW  -> a record  (patterns.txt:",
+        "token dropped: it stands inside a longer word", "found 0: \"다음주 화요일\"",
+        "compounded 0: \"다음주 화요일 10시\"", "resolved 0: \"다음주 화요일 10시\"",
+        "record 0: a result", "5. answer:"}},
+      {{"음력 8월 15일"},
+       {"no replacement fired", "\"음력\" at 0: LUN_CAL  (tags.txt:",
+        "LUN_CAL*NUM*MonthW*NUM*DayW  -> a record", "lunar=1", "month=9 day=17"}},
+      {{"오늘 오후 3시, 내일 오전 10시"},
+       {"found 0:", "found 1:", "a result", "5. answer:"}},
+  };
+  for (const auto& c : cases) {
+    std::vector<std::string> args = {"--dict", sources, "--explain", "--ref", "202405151030"};
+    args.insert(args.end(), c.args.begin(), c.args.end());
+    std::ostringstream out, err;
+    std::istringstream in;
+    ASSERT_EQ(RunCli(args, in, out, err), 0) << err.str();
+    for (const char* part : c.parts) {
+      EXPECT_NE(out.str().find(part), std::string::npos) << part << "\n" << out.str();
+    }
+    // The answer, as the default output gives it.
+    args.erase(std::find(args.begin(), args.end(), "--explain"));
+    std::ostringstream plain, plainErr;
+    std::istringstream none;
+    RunCli(args, none, plain, plainErr);
+    EXPECT_NE(out.str().find("5. answer:\n   " + plain.str()), std::string::npos) << out.str();
+  }
+}
+
+// With --jsonl each text's trace is one JSON object, its answer under
+// "answer": on the whole corpus, the very line the default output gives.
+TEST(Cli, ExplainedAnswersAreTheDefaultOutputOnTheCorpus) {
+  std::string input;
+  for (const std::string& f : eti::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
+    std::string text, error;
+    ASSERT_TRUE(eti::ReadFile(std::string(ETI_SOURCE_DIR) + "/corpus/ko/" + f, &text, &error));
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+      if (line.empty() || line[0] == '#') continue;
+      const size_t tab = line.find('\t');
+      const std::string sentence = line.substr(tab + 1, line.find('\t', tab + 1) - tab - 1);
+      input += nlohmann::json({{"text", sentence}, {"ref", line.substr(0, tab)}}).dump() + "\n";
+    }
+  }
+  const CliRun plain = Cli({"--jsonl"}, input);
+  const CliRun explained = Cli({"--jsonl", "--explain"}, input);
+  ASSERT_EQ(plain.status, 0) << plain.err;
+  ASSERT_EQ(explained.status, 0) << explained.err;
+  std::istringstream a(plain.out), b(explained.out);
+  int lines = 0;
+  for (std::string want, got; std::getline(a, want) && std::getline(b, got); ++lines) {
+    const nlohmann::json trace = nlohmann::json::parse(got);
+    for (const char* key : {"text", "reference", "rules", "replacements", "normalised", "tokens",
+                            "patterns", "found", "compounded", "resolved", "kept", "answer"}) {
+      ASSERT_TRUE(trace.contains(key)) << key << " " << got.substr(0, 200);
+    }
+    ASSERT_EQ(trace["answer"], nlohmann::json::parse(want)) << trace["text"];
+  }
+  EXPECT_GT(lines, 850);
 }
 
 TEST(Cli, CharactersOfAnyScriptPassThrough) {

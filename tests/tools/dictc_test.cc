@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "common/file_util.h"
+#include "dict/file_util.h"
 #include "support/temp_dir.h"
 
 namespace eti::tools {

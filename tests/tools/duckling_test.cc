@@ -12,7 +12,7 @@
 
 #include "common/form.h"
 #include "server/duckling.h"
-#include "session/extractor.h"
+#include "extractor_kr.hpp"
 
 namespace eti::server {
 namespace {
@@ -23,9 +23,9 @@ using nlohmann::json;
 constexpr int64_t kFriday = 1716514200000;
 
 const Service& TheService() {
-  static const std::unique_ptr<session::Extractor> ex = [] {
-    std::unique_ptr<session::Extractor> e;
-    if (!session::Extractor::OpenDefault(&e).ok()) std::abort();
+  static const ekr::Extractor ex = [] {
+    ekr::Extractor e = ekr::OpenDefault();
+    if (e == nullptr) std::abort();
     return e;
   }();
   static const Service service(ex.get(), FindZone("Asia/Seoul"));

@@ -17,9 +17,9 @@
 #include <vector>
 
 #include "common/case_file.h"
-#include "common/file_util.h"
+#include "dict/file_util.h"
 #include "common/form.h"
-#include "session/extractor.h"
+#include "extractor_kr.hpp"
 #include "support/http_client.h"
 #include "support/session.h"
 
@@ -42,7 +42,7 @@ const std::vector<Sentence>& Corpus() {
   static const std::vector<Sentence> all = [] {
     std::vector<Sentence> out;
     for (const std::string& f :
-         tools::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
+         eti::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
       for (const Case& c : ReadCases("corpus/ko/" + f)) out.push_back({c.text, c.ref});
     }
     return out;
@@ -150,17 +150,17 @@ json Expected(const std::string& text, const ekr_result& e, bool lunar) {
 }
 
 json LibraryAnswer(const Sentence& s) {
-  static const std::unique_ptr<session::Extractor> ex = [] {
-    std::unique_ptr<session::Extractor> e;
-    if (!session::Extractor::OpenDefault(&e).ok()) std::abort();
+  static const ekr::Extractor ex = [] {
+    ekr::Extractor e = ekr::OpenDefault();
+    if (e == nullptr) std::abort();
     return e;
   }();
-  session::Results r;
-  EXPECT_TRUE(ex->Extract(s.text, s.ref, session::DefaultOptions(), &r).ok()) << s.text;
+  ekr_options o;
+  ekr_options_init(&o);
+  ekr::Results r;
+  EXPECT_EQ(ekr::Extract(ex.get(), s.text, s.ref.c_str(), o, &r), EKR_OK) << s.text;
   json answer = json::array();
-  for (size_t i = 0; i < r.items.size(); ++i) {
-    answer.push_back(Expected(s.text, r.items[i], r.items[i].lunar != 0));
-  }
+  for (const ekr_result& e : ekr::Items(r.get())) answer.push_back(Expected(s.text, e, e.lunar != 0));
   return answer;
 }
 

@@ -6,7 +6,9 @@
 // Every problem names the option, argument or input line it came from.
 #include "cli/cli.h"
 
+#include <iconv.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -14,24 +16,16 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "common/dict_source.h"
-#include "common/source_set.h"
-#include "common/file_util.h"
+#include "common/json_text.h"
 #include "common/reading_options.h"
-#include "common/trie_format.h"
-#include "driver/engine.h"
-#include "jni/json_writer.h"
-#include "session/cp949.h"
-#include "session/extractor.h"
+#include "extractor_kr.h"
+#include "extractor_kr.hpp"
+#include "extractor_kr/stages.h"
 
 namespace eti::tools {
 namespace {
 
 using Json = nlohmann::ordered_json;
-using session::Extractor;
-using session::Results;
-using session::Status;
-using session::TimeString;
 
 constexpr char kUsage[] =
     "usage: extractor-kr [options] [TEXT ...]\n"
@@ -64,19 +58,38 @@ constexpr char kUsage[] =
 
 struct Options {
   std::string ref, dictDir, settingsFile;
-  ekr_options reading = session::DefaultOptions();
+  ekr_options reading = DefaultReading();
   bool jsonl = false, table = false, raw = false, explain = false, rulesGiven = false;
   std::vector<std::string> texts;
 };
 
 // The current time in Korea (UTC+9, no daylight saving).
 std::string Now() {
-  const int64_t wall = static_cast<int64_t>(std::time(nullptr)) + 9 * 3600;
-  const ETI_TM* tm = sec2Date(&wall);
+  const std::time_t wall = std::time(nullptr) + 9 * 3600;
+  std::tm tm{};
+  gmtime_r(&wall, &tm);
   char buf[64];
-  std::snprintf(buf, sizeof(buf), "%04d%02d%02d%02d%02d", tm->tm_year + 1900, tm->tm_mon + 1,
-                tm->tm_mday, tm->tm_hour, tm->tm_min);
+  std::snprintf(buf, sizeof(buf), "%04d%02d%02d%02d%02d", tm.tm_year + 1900, tm.tm_mon + 1,
+                tm.tm_mday, tm.tm_hour, tm.tm_min);
   return buf;
+}
+
+// YYYYMMDDhhmmss with F's for the fields a moment leaves open, as the whole
+// call writes its times.
+std::string TimeString(const ekr_moment& m) {
+  const int32_t fields[6] = {m.year, m.month, m.day, m.hour, m.minute, m.second};
+  std::string out;
+  for (int k = 0; k < 6; ++k) {
+    const int width = k == 0 ? 4 : 2;
+    if (fields[k] < 0) {
+      out.append(static_cast<size_t>(width), 'F');
+    } else {
+      char buf[16];
+      std::snprintf(buf, sizeof(buf), "%0*d", width, static_cast<int>(fields[k]));
+      out += buf;
+    }
+  }
+  return out;
 }
 
 std::string ReferenceFormatProblem(const std::string& ref) {
@@ -103,8 +116,6 @@ std::string ReferenceProblem(const std::string& ref, const ekr_options& reading)
   }
   return "";
 }
-
-// YYYYMMDDhhmmss with F's for what the text left open.
 
 std::string Flags(const ekr_moment& m) {
   return std::to_string(m.has_date) + std::to_string(m.has_time) + std::to_string(m.has_ampm);
@@ -146,16 +157,16 @@ Json ResultJson(const ekr_result& e) {
 
 std::string Dump(const Json& j) { return j.dump(-1, ' ', false, Json::error_handler_t::replace); }
 
-// A text as a JSON string, written in pieces of at most 64 KB cut at
-// character boundaries, so that a long content is never held twice.
+// A text as a JSON string, written in pieces of at most 64 KB, so that a
+// long content is never held twice.
 void WriteJsonString(std::ostream& out, std::string_view text) {
   constexpr size_t kPiece = 64 * 1024;
+  std::string piece;
   out << '"';
   while (!text.empty()) {
-    size_t n = std::min(kPiece, text.size());
-    while (n < text.size() && n > 0 && (static_cast<unsigned char>(text[n]) & 0xC0) == 0x80) --n;
-    if (n == 0) n = std::min(kPiece, text.size());
-    const std::string piece = Dump(Json(std::string(text.substr(0, n))));
+    const size_t n = std::min(kPiece, text.size());
+    piece.clear();
+    AppendJsonString(text.substr(0, n), &piece);
     out.write(piece.data() + 1, static_cast<std::streamsize>(piece.size() - 2));
     text.remove_prefix(n);
   }
@@ -164,16 +175,18 @@ void WriteJsonString(std::ostream& out, std::string_view text) {
 
 // One answer, {"id": ..., "results": [...], "content": "..."}, written
 // element by element as it is made; the id only when the input had one.
-void WriteAnswer(std::ostream& out, const Json* id, const Results& r) {
+void WriteAnswer(std::ostream& out, const Json* id, const ekr_results* r) {
   out << '{';
   if (id != nullptr) out << "\"id\":" << Dump(*id) << ',';
   out << "\"results\":[";
-  for (size_t k = 0; k < r.items.size(); ++k) {
-    if (k > 0) out << ',';
-    out << Dump(ResultJson(r.items[k]));
+  bool first = true;
+  for (const ekr_result& e : ekr::Items(r)) {
+    if (!first) out << ',';
+    first = false;
+    out << Dump(ResultJson(e));
   }
   out << "],\"content\":";
-  WriteJsonString(out, r.content);
+  WriteJsonString(out, ekr_results_content(r));
   out << "}\n";
 }
 
@@ -189,13 +202,13 @@ std::string Readable(const ekr_moment& m) {
   return out;
 }
 
-std::string TableOf(const std::string& text, const std::string& ref, const Results& r) {
+std::string TableOf(const std::string& text, const std::string& ref, const ekr_results* r) {
   std::string out = "\"" + text + "\" (reference " + ref.substr(0, 4) + "-" + ref.substr(4, 2) +
                     "-" + ref.substr(6, 2) + " " + ref.substr(8, 2) + ":" + ref.substr(10, 2) +
                     ")\n";
-  if (r.items.empty()) return out + "  nothing found\n";
+  if (ekr::Items(r).empty()) return out + "  nothing found\n";
   static const char* kCycles[] = {"", "day", "week", "month", "year"};
-  for (const ekr_result& e : r.items) {
+  for (const ekr_result& e : ekr::Items(r)) {
     const std::string expression =
         e.begin_byte >= 0 ? text.substr(e.begin_byte, e.end_byte - e.begin_byte) : "";
     out += "  " + expression + "  ->  " + Readable(e.start);
@@ -207,7 +220,7 @@ std::string TableOf(const std::string& text, const std::string& ref, const Resul
     }
     out += "\n";
   }
-  return out + "  content: \"" + r.content + "\"\n";
+  return out + "  content: \"" + ekr_results_content(r) + "\"\n";
 }
 
 // A record's fields, "year=2024 month=5 ...".
@@ -238,14 +251,18 @@ std::string ExplainForPeople(const Json& t) {
   for (const Json& k : t["tokens"]) {
     std::string tags;
     for (const Json& tag : k["tags"]) tags += (tags.empty() ? "" : " ") + tag.get<std::string>();
-    out << "   " << quoted(k["text"]) << " at " << k["at"] << ": " << tags << "\n";
+    out << "   " << quoted(k["text"]) << " at " << k["at"] << ": " << tags;
+    if (k.contains("source")) out << "  (" << k["source"].get<std::string>() << ")";
+    out << "\n";
   }
   out << "3. patterns:\n";
   if (t["patterns"].empty()) out << "   none\n";
   for (const Json& p : t["patterns"]) {
     out << "   " << quoted(p["text"]);
     if (!p["pattern"].get<std::string>().empty()) out << "  " << p["pattern"].get<std::string>();
-    out << "  -> " << p["outcome"].get<std::string>() << "\n";
+    out << "  -> " << p["outcome"].get<std::string>();
+    if (p.contains("source")) out << "  (" << p["source"].get<std::string>() << ")";
+    out << "\n";
   }
   out << "4. records:\n";
   for (const char* stage : {"found", "compounded", "resolved"}) {
@@ -264,11 +281,47 @@ std::string ExplainForPeople(const Json& t) {
   return out.str();
 }
 
+// UTF-8 into CP949 with the C library's converter (the encoding the whole
+// call reads), or the problem: where and what cannot be written.
+bool ToCp949(const std::string& utf8, std::string* out, std::string* problem) {
+  iconv_t cd = iconv_open("CP949", "UTF-8");
+  if (cd == reinterpret_cast<iconv_t>(-1)) {
+    *problem = "no CP949 converter on this system";
+    return false;
+  }
+  out->assign(2 * utf8.size() + 1, '\0');
+  char* in = const_cast<char*>(utf8.data());
+  size_t inLeft = utf8.size();
+  char* o = &(*out)[0];
+  size_t outLeft = out->size();
+  const size_t done = iconv(cd, &in, &inLeft, &o, &outLeft);
+  const int error = errno;
+  iconv_close(cd);
+  if (done == static_cast<size_t>(-1)) {
+    const size_t at = utf8.size() - inLeft;
+    const auto b = static_cast<unsigned char>(utf8[at]);
+    const size_t n = b < 0x80 ? 1 : b < 0xE0 ? 2 : b < 0xF0 ? 3 : 4;
+    uint32_t cp = n == 1 ? b : b & (0xFF >> (n + 1));
+    bool whole = error == EILSEQ && at + n <= utf8.size() && b >= 0xC2 && b <= 0xF4;
+    for (size_t k = 1; whole && k < n; ++k) {
+      const auto c = static_cast<unsigned char>(utf8[at + k]);
+      whole = (c & 0xC0) == 0x80;
+      cp = cp << 6 | (c & 0x3F);
+    }
+    char name[16];
+    std::snprintf(name, sizeof(name), "U+%04X", static_cast<unsigned>(cp));
+    *problem = "byte " + std::to_string(at) + ": " +
+               (whole ? std::string(name) + " cannot be written in CP949" : "malformed UTF-8");
+    return false;
+  }
+  out->resize(out->size() - outLeft);
+  return true;
+}
+
 class Tool {
  public:
-  Tool(const Options& o, const CompiledSet& b, std::unique_ptr<Extractor> ex, std::ostream& out,
-       std::ostream& err)
-      : o_(o), blobs_(b), ex_(std::move(ex)), out_(out), err_(err) {}
+  Tool(const Options& o, ekr::Extractor ex, std::ostream& out, std::ostream& err)
+      : o_(o), ex_(std::move(ex)), out_(out), err_(err) {}
 
   // Answers one text; false (after an error line) when it could not.
   bool Answer(const std::string& where, const std::string& text, std::string ref,
@@ -281,13 +334,14 @@ class Tool {
       return Raw(where, text, ref, id);
     }
     if (o_.explain) return Explain(where, text, ref, reading, id);
-    Results r;
-    const Status s = ex_->Extract(text, ref, reading, &r);
-    if (!s.ok()) return Fail(where, s.detail, id);
+    ekr::Results r;
+    if (ekr::Extract(ex_.get(), text, ref.c_str(), reading, &r) != EKR_OK) {
+      return Fail(where, ekr_last_error(), id);
+    }
     if (o_.table) {
-      out_ << TableOf(text, ref, r);
+      out_ << TableOf(text, ref, r.get());
     } else {
-      WriteAnswer(out_, id, r);
+      WriteAnswer(out_, id, r.get());
     }
     return true;
   }
@@ -308,14 +362,18 @@ class Tool {
   // under "answer").
   bool Explain(const std::string& where, const std::string& text, const std::string& ref,
                const ekr_options& reading, const Json* id) {
-    std::string json;
-    const Status s = ex_->Explain(text, ref, reading, &json);
-    if (!s.ok()) return Fail(where, s.detail, id);
-    Results r;
-    if (!ex_->Extract(text, ref, reading, &r).ok()) return Fail(where, "no answer", id);
+    char* raw = nullptr;
+    if (ekr_explain(ex_.get(), text.data(), text.size(), ref.c_str(), &reading, &raw) != EKR_OK) {
+      return Fail(where, ekr_last_error(), id);
+    }
+    const ekr::MallocString json(raw);
+    ekr::Results r;
+    if (ekr::Extract(ex_.get(), text, ref.c_str(), reading, &r) != EKR_OK) {
+      return Fail(where, ekr_last_error(), id);
+    }
     std::ostringstream answer;
-    WriteAnswer(answer, id, r);
-    const Json trace = Json::parse(json);
+    WriteAnswer(answer, id, r.get());
+    const Json trace = Json::parse(json.get());
     if (o_.jsonl) {
       Json line = Json::object();
       if (id != nullptr) line["id"] = *id;
@@ -335,27 +393,24 @@ class Tool {
   // The whole-call entry, for comparing with what the native method gives.
   bool Raw(const std::string& where, const std::string& text, const std::string& ref,
            const Json* id) {
-    std::string cp949;
-    ConvertError bad;
-    if (!Utf8ToCp949(text, &cp949, &bad)) {
-      return Fail(where, "byte " + std::to_string(bad.offset) + ": " + bad.message +
-                             " (--raw reads texts in CP949)",
-                  id);
-    }
+    std::string cp949, problem;
+    if (!ToCp949(text, &cp949, &problem)) return Fail(where, problem + " (--raw reads texts in CP949)", id);
+    ekr_dictionaries d;
+    ekr_dictionaries_of(ex_.get(), &d);
+    // The settings and the word list are texts the entry reads up to a NUL.
+    const std::string settings(static_cast<const char*>(d.settings.data), d.settings.size);
+    const std::string words(static_cast<const char*>(d.words.data), d.words.size);
     TYPED_RESULT* results = nullptr;
-    ETI_Main(cp949.c_str(), &results, ref.c_str(), blobs_.settings.c_str(),
-             blobs_.replace.data(), blobs_.tags.data(), blobs_.patterns.data(),
-             blobs_.units.data(), blobs_.words.c_str());
-    char* json = WriteJsonArray(results);
-    out_ << json << "\n";
-    std::free(json);
+    ETI_Main(cp949.c_str(), &results, ref.c_str(), settings.c_str(), d.replacements.data,
+             d.tags.data, d.patterns.data, d.unit_sequences.data, words.c_str());
+    const ekr::MallocString json(ETI_ResultsJson(results));
+    out_ << json.get() << "\n";
     ETI_FreeTypedResults(results);
     return true;
   }
 
   const Options& o_;
-  const CompiledSet& blobs_;
-  std::unique_ptr<Extractor> ex_;
+  ekr::Extractor ex_;
   std::ostream& out_;
   std::ostream& err_;
 };
@@ -516,33 +571,25 @@ int RunCli(const std::vector<std::string>& args, std::istream& in, std::ostream&
     return Usage(err, "--table, --raw and --explain do not go together");
   }
 
-  CompiledSet blobs;
-  if (o.dictDir.empty()) {
-    const ekr_dictionaries d = session::DefaultDictionaries();
-    const auto copy = [](const ekr_blob& b) {
-      return std::string(static_cast<const char*>(b.data), b.size);
-    };
-    blobs = {copy(d.settings), copy(d.replacements), copy(d.tags),
-             copy(d.patterns), copy(d.unit_sequences), copy(d.words)};
-  } else if (!LoadDictDir(o.dictDir, "extractor-kr", &blobs, err)) {
-    return 2;
-  }
-  if (!o.settingsFile.empty()) {
-    std::string error;
-    if (!ReadFile(o.settingsFile, &blobs.settings, &error)) {
-      err << "extractor-kr: --settings: " << error << "\n";
-      return 2;
+  ekr::Extractor ex =
+      o.dictDir.empty() && o.settingsFile.empty()
+          ? ekr::OpenDefault()
+          : ekr::Open(o.dictDir.empty() ? nullptr : o.dictDir.c_str(),
+                      o.settingsFile.empty() ? nullptr : o.settingsFile.c_str());
+  if (ex == nullptr) {
+    // A settings file that cannot be read is named first by the library.
+    const std::string problem = ekr_last_error();
+    const bool settings =
+        !o.settingsFile.empty() && problem.compare(0, o.settingsFile.size(), o.settingsFile) == 0;
+    std::istringstream lines(problem);
+    std::string line;
+    while (std::getline(lines, line)) {
+      err << "extractor-kr: " << (settings ? "--settings: " : "--dict: ") << line << "\n";
     }
-  }
-  std::unique_ptr<Extractor> ex;
-  const Status opened = Extractor::Open(blobs.View(), &ex);
-  if (!opened.ok()) {
-    err << "extractor-kr: " << (o.dictDir.empty() ? "" : "--dict " + o.dictDir + ": ")
-        << opened.detail << "\n";
     return 2;
   }
 
-  Tool tool(o, blobs, std::move(ex), out, err);
+  Tool tool(o, std::move(ex), out, err);
   bool ok = true;
   if (!o.texts.empty()) {
     for (size_t k = 0; k < o.texts.size(); ++k) {

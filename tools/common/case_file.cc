@@ -31,20 +31,4 @@ std::vector<CaseLine> ParseCaseFile(std::string_view text, std::string_view file
   return cases;
 }
 
-std::vector<std::string> ListFiles(const std::string& dir, std::string_view suffix) {
-  std::vector<std::string> files;
-  if (DIR* d = opendir(dir.c_str())) {
-    while (dirent* e = readdir(d)) {
-      const std::string name = e->d_name;
-      if (name.size() > suffix.size() &&
-          name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0) {
-        files.push_back(name);
-      }
-    }
-    closedir(d);
-  }
-  std::sort(files.begin(), files.end());
-  return files;
-}
-
 }  // namespace eti::tools

@@ -9,7 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "common/dict_source.h"
+#include "dict/file_util.h"
+#include "dict/source.h"
 
 namespace eti::tools {
 
@@ -21,9 +22,6 @@ struct CaseLine {
 // The cases of a file; a line without four columns is reported in *errors.
 std::vector<CaseLine> ParseCaseFile(std::string_view text, std::string_view file,
                                     std::vector<SourceError>* errors);
-
-// The names of the files of `dir` that end in `suffix`, sorted.
-std::vector<std::string> ListFiles(const std::string& dir, std::string_view suffix);
 
 }  // namespace eti::tools
 

@@ -1,42 +1,46 @@
 #include "common/reading_options.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace eti::tools {
 namespace {
 
-template <typename Enum>
-bool ParseName(const std::string& v, const char* (*name)(Enum), Enum* out) {
-  for (int k = 0;; ++k) {
-    const char* n = name(static_cast<Enum>(k));
-    if (n == nullptr) return false;
-    if (v == n) {
-      *out = static_cast<Enum>(k);
+// The enumerators of the C API, named as the library names them.
+constexpr ekr_rules kRules[] = {EKR_RULES_READER, EKR_RULES_WHOLE_CALL};
+constexpr ekr_prefer kPreferences[] = {EKR_PREFER_FUTURE, EKR_PREFER_PAST};
+
+template <typename Enum, size_t N>
+bool ParseName(const std::string& v, const char* (*name)(Enum), const Enum (&values)[N],
+               Enum* out) {
+  for (const Enum e : values) {
+    if (v == name(e)) {
+      *out = e;
       return true;
     }
   }
+  return false;
 }
 
-template <typename Enum>
-std::string Names(const char* (*name)(Enum)) {
+template <typename Enum, size_t N>
+std::string Names(const char* (*name)(Enum), const Enum (&values)[N]) {
   std::string out;
-  for (int k = 0; name(static_cast<Enum>(k)) != nullptr; ++k) {
-    if (k > 0) out += " or ";
-    out += name(static_cast<Enum>(k));
-  }
+  for (const Enum e : values) out += (out.empty() ? "" : " or ") + std::string(name(e));
   return out;
 }
 
 }  // namespace
 
-bool ParseRules(const std::string& v, ekr_rules* rules) { return ParseName(v, ekr_rules_name, rules); }
-
-bool ParsePrefer(const std::string& v, ekr_prefer* prefer) {
-  return ParseName(v, ekr_prefer_name, prefer);
+bool ParseRules(const std::string& v, ekr_rules* rules) {
+  return ParseName(v, ekr_rules_name, kRules, rules);
 }
 
-std::string RulesNames() { return Names(ekr_rules_name); }
-std::string PreferNames() { return Names(ekr_prefer_name); }
+bool ParsePrefer(const std::string& v, ekr_prefer* prefer) {
+  return ParseName(v, ekr_prefer_name, kPreferences, prefer);
+}
+
+std::string RulesNames() { return Names(ekr_rules_name, kRules); }
+std::string PreferNames() { return Names(ekr_prefer_name, kPreferences); }
 
 std::string OptionsProblem(const ekr_options& o) {
   return ekr_options_check(&o) == EKR_OK ? "" : ekr_last_error();
@@ -61,5 +65,11 @@ std::string ParseYears(const std::string& v, ekr_options* o) {
 }
 
 bool WholeCall(const ekr_options& o) { return o.rules == EKR_RULES_WHOLE_CALL; }
+
+ekr_options DefaultReading() {
+  ekr_options o;
+  ekr_options_init(&o);
+  return o;
+}
 
 }  // namespace eti::tools

@@ -32,6 +32,9 @@ std::string OptionsProblem(const ekr_options& o);
 // Whether the options are the whole call's rules.
 bool WholeCall(const ekr_options& o);
 
+// The options ekr_options_init gives: the reader's rules.
+ekr_options DefaultReading();
+
 }  // namespace eti::tools
 
 #endif  // EXTRACTOR_KR_TOOLS_COMMON_READING_OPTIONS_H_

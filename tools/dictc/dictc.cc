@@ -15,12 +15,12 @@
 
 #include <sys/stat.h>
 
-#include "common/consistency.h"
-#include "common/dict_source.h"
-#include "common/file_util.h"
-#include "common/source_set.h"
-#include "common/traps.h"
-#include "common/trie_format.h"
+#include "dictc/consistency.h"
+#include "dict/source.h"
+#include "dict/file_util.h"
+#include "dict/source_set.h"
+#include "dictc/traps.h"
+#include "dict/trie_format.h"
 #include "session/cp949.h"
 
 namespace eti::tools {

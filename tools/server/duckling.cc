@@ -12,7 +12,8 @@
 
 #include "common/form.h"
 #include "common/reading_options.h"
-#include "session/extractor.h"
+#include "common/json_text.h"
+#include "extractor_kr.hpp"
 
 namespace eti::server {
 namespace {
@@ -236,25 +237,6 @@ void AppendIso(const date::time_zone* zone, date::local_seconds t, std::string* 
 }
 
 // A JSON string of valid UTF-8.
-void AppendJsonString(std::string_view s, std::string* out) {
-  static const char kHex[] = "0123456789abcdef";
-  out->push_back('"');
-  for (char c : s) {
-    const auto b = static_cast<unsigned char>(c);
-    if (c == '"' || c == '\\') {
-      out->push_back('\\');
-      out->push_back(c);
-    } else if (b < 0x20) {
-      out->append("\\u00");
-      out->push_back(kHex[b >> 4]);
-      out->push_back(kHex[b & 15]);
-    } else {
-      out->push_back(c);
-    }
-  }
-  out->push_back('"');
-}
-
 // A whole year, month or week the text named without a day ("2025년",
 // "12월", "다음 주"): the grain of both ends of the span.
 bool WholePeriod(const ekr_result& e, date::local_seconds from, date::local_seconds to,
@@ -344,7 +326,7 @@ bool AppendEntity(const ekr_result& e, bool lunar, std::string_view body,
     }
   }
   out->append("{\"body\":");
-  AppendJsonString(body, out);
+  tools::AppendJsonString(body, out);
   out->append(",\"start\":").append(std::to_string(e.begin_char));
   out->append(",\"end\":").append(std::to_string(e.end_char));
   out->append(",\"dim\":\"time\",\"latent\":false,\"value\":{");
@@ -366,7 +348,7 @@ const date::time_zone* FindZone(std::string_view name) {
   }
 }
 
-Service::Service(const session::Extractor* ex, const date::time_zone* defaultZone)
+Service::Service(const ekr_extractor* ex, const date::time_zone* defaultZone)
     : ex_(ex), zone_(defaultZone) {}
 
 Response Service::Handle(const Request& r, std::chrono::system_clock::time_point now) const {
@@ -439,7 +421,7 @@ Response Service::Parse(const Request& r, std::chrono::system_clock::time_point 
     refInstant = date::sys_seconds(seconds(FloorDiv(ms, 1000)));
   }
 
-  ekr_options reading = session::DefaultOptions();
+  ekr_options reading = tools::DefaultReading();
   if (const std::string* rules = Given(fields, "rules")) {
     if (!tools::ParseRules(*rules, &reading.rules)) {
       return JsonError(400, "rules \"" + *rules + "\": not " + tools::RulesNames());
@@ -479,33 +461,37 @@ Response Service::Parse(const Request& r, std::chrono::system_clock::time_point 
   // Only other dimensions asked for: nothing of ours to find.
   if (!time) return {200, kJson, "[]"};
 
-  session::Results results;
-  const session::Status s =
-      ex_->Extract(*text, ref, reading, &results);
-  switch (s.code) {
+  ekr_results* raw = nullptr;
+  const ekr_status s =
+      ekr_extract_with(ex_, text->data(), text->size(), ref.c_str(), &reading, &raw);
+  const ekr::Results results(raw);
+  switch (s) {
     case EKR_OK:
       break;
     case EKR_ERROR_REFERENCE:
-      return JsonError(400, "reftime: " + s.detail);
+      return JsonError(400, std::string("reftime: ") + ekr_last_error());
     case EKR_ERROR_TEXT:
-      return JsonError(400, "text: " + s.detail);
+      return JsonError(400, std::string("text: ") + ekr_last_error());
     case EKR_ERROR_MEMORY:
       return JsonError(500, "out of memory");
     default:
-      return JsonError(400, s.detail);
+      return JsonError(400, ekr_last_error());
   }
+  const auto item = [&results](size_t k) -> const ekr_result& {
+    return *ekr_results_at(results.get(), k);
+  };
   std::vector<size_t> order;
-  for (size_t k = 0; k < results.items.size(); ++k) {
-    const ekr_result& e = results.items[k];
+  for (size_t k = 0; k < ekr_results_count(results.get()); ++k) {
+    const ekr_result& e = item(k);
     if (e.begin_byte >= 0 && e.end_byte >= e.begin_byte) order.push_back(k);
   }
-  std::stable_sort(order.begin(), order.end(), [&results](size_t a, size_t b) {
-    const ekr_result &x = results.items[a], &y = results.items[b];
+  std::stable_sort(order.begin(), order.end(), [&item](size_t a, size_t b) {
+    const ekr_result &x = item(a), &y = item(b);
     return x.begin_char != y.begin_char ? x.begin_char < y.begin_char : x.end_char < y.end_char;
   });
   std::string answer = "[";
   for (const size_t k : order) {
-    const ekr_result& e = results.items[k];
+    const ekr_result& e = item(k);
     const std::string_view body =
         std::string_view(*text).substr(static_cast<size_t>(e.begin_byte),
                                        static_cast<size_t>(e.end_byte - e.begin_byte));

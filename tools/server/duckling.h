@@ -20,10 +20,6 @@ namespace date {
 class time_zone;
 }
 
-namespace eti::session {
-class Extractor;
-}
-
 namespace eti::server {
 
 // The largest request body read; a longer one is answered 413.
@@ -52,7 +48,7 @@ class Service {
  public:
   // `ex` and `defaultZone` (the zone of a request that names none) outlive
   // the service.  A service is immutable and serves any number of threads.
-  Service(const session::Extractor* ex, const date::time_zone* defaultZone);
+  Service(const ekr_extractor* ex, const date::time_zone* defaultZone);
 
   // The answer to a request; `now` is the reference of a request without
   // one.  Never throws.
@@ -61,7 +57,7 @@ class Service {
  private:
   Response Parse(const Request& r, std::chrono::system_clock::time_point now) const;
 
-  const session::Extractor* ex_;
+  const ekr_extractor* ex_;
   const date::time_zone* zone_;
 };
 

@@ -7,13 +7,13 @@
 #include <iostream>
 #include <memory>
 #include <pthread.h>
+#include <sstream>
 #include <string>
 #include <thread>
 
-#include "common/source_set.h"
 #include "server/duckling.h"
 #include "server/http_server.h"
-#include "session/extractor.h"
+#include "extractor_kr.hpp"
 
 namespace {
 
@@ -22,7 +22,6 @@ using eti::server::Request;
 using eti::server::Response;
 using eti::server::ServerOptions;
 using eti::server::Service;
-using eti::session::Extractor;
 
 int Fail(const std::string& message) {
   std::cerr << "extractor-kr-server: " << message << "\n";
@@ -64,14 +63,14 @@ int main(int argc, char** argv) {
   const date::time_zone* zone = eti::server::FindZone(tz);
   if (zone == nullptr) return Fail("--tz " + tz + ": no such time zone");
 
-  std::unique_ptr<Extractor> ex;
-  eti::tools::CompiledSet set;
-  if (!dictDir.empty() && !eti::tools::LoadDictDir(dictDir, "extractor-kr-server", &set, std::cerr)) {
+  const ekr::Extractor ex =
+      dictDir.empty() ? ekr::OpenDefault() : ekr::Open(dictDir.c_str());
+  if (ex == nullptr) {
+    std::istringstream lines(ekr_last_error());
+    std::string line;
+    while (std::getline(lines, line)) std::cerr << "extractor-kr-server: --dict: " << line << "\n";
     return 2;
   }
-  const eti::session::Status opened =
-      dictDir.empty() ? Extractor::OpenDefault(&ex) : Extractor::Open(set.View(), &ex);
-  if (!opened.ok()) return Fail((dictDir.empty() ? "" : "--dict " + dictDir + ": ") + opened.detail);
   const Service service(ex.get(), zone);
 
   // The pool's threads inherit a mask without these signals, so that only

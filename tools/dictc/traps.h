@@ -8,14 +8,14 @@
 // into bytes that no tag holds, so the tagger finds nothing there; it
 // keeps a time expression that stands before the word when there is one
 // (6월 초대 keeps 6월).
-#ifndef EXTRACTOR_KR_TOOLS_COMMON_TRAPS_H_
-#define EXTRACTOR_KR_TOOLS_COMMON_TRAPS_H_
+#ifndef EXTRACTOR_KR_TOOLS_DICTC_TRAPS_H_
+#define EXTRACTOR_KR_TOOLS_DICTC_TRAPS_H_
 
 #include <string>
 #include <vector>
 
-#include "common/dict_source.h"
-#include "common/source_set.h"
+#include "dict/source.h"
+#include "dict/source_set.h"
 
 namespace eti::tools {
 
@@ -47,4 +47,4 @@ bool FindTraps(const CompiledSet& set, const std::vector<SourceEntry>& replace,
 
 }  // namespace eti::tools
 
-#endif  // EXTRACTOR_KR_TOOLS_COMMON_TRAPS_H_
+#endif  // EXTRACTOR_KR_TOOLS_DICTC_TRAPS_H_

@@ -1,5 +1,5 @@
 // The word-trap finder; what it looks for is told in traps.h.
-#include "common/traps.h"
+#include "dictc/traps.h"
 
 #include <algorithm>
 #include <map>
@@ -7,7 +7,7 @@
 #include <set>
 #include <string_view>
 
-#include "common/file_util.h"
+#include "dict/file_util.h"
 #include "dict/btrie.h"
 #include "session/cp949.h"
 #include "session/extractor.h"

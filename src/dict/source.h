@@ -2,16 +2,16 @@
 // separated by a tab; lines that start with '#' and blank lines are
 // ignored; a carriage return before the line feed is dropped.  Keys and
 // values are converted to CP949, the encoding the library reads.
-#ifndef EXTRACTOR_KR_TOOLS_COMMON_DICT_SOURCE_H_
-#define EXTRACTOR_KR_TOOLS_COMMON_DICT_SOURCE_H_
+#ifndef EXTRACTOR_KR_DICT_SOURCE_H_
+#define EXTRACTOR_KR_DICT_SOURCE_H_
 
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "common/trie_format.h"
+#include "dict/trie_format.h"
 
-namespace eti::tools {
+namespace eti {
 
 // What a trie source holds; each kind adds its own checks of the values.
 enum class DictKind {
@@ -70,6 +70,6 @@ std::string CompileTrie(const std::vector<SourceEntry>& entries, DictKind kind);
 // The CP949 word list text of words, one per line.
 std::string WordListText(const std::vector<std::string>& words);
 
-}  // namespace eti::tools
+}  // namespace eti
 
-#endif  // EXTRACTOR_KR_TOOLS_COMMON_DICT_SOURCE_H_
+#endif  // EXTRACTOR_KR_DICT_SOURCE_H_

@@ -1,14 +1,14 @@
 // Consistency check of a dictionary set.  The unit dictionary is compiled
 // and searched with the library's own SearchTagSeq, so that a pattern passes
 // exactly when the dispatcher would cut it.
-#include "common/consistency.h"
+#include "dictc/consistency.h"
 
 #include <algorithm>
 #include <memory>
 #include <set>
 #include <string_view>
 
-#include "common/trie_format.h"
+#include "dict/trie_format.h"
 #include "dict/btrie.h"
 #include "extractor_kr/stages.h"
 #include "session/cp949.h"

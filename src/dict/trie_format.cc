@@ -1,5 +1,5 @@
 // Trie blob writer and reader; the layout is described in trie_format.h.
-#include "common/trie_format.h"
+#include "dict/trie_format.h"
 
 #include <cstdint>
 #include <cstring>
@@ -10,7 +10,7 @@
 #include "dict/btrie.h"
 #include "extractor_kr/stages.h"
 
-namespace eti::tools {
+namespace eti {
 namespace {
 
 struct Node {
@@ -177,4 +177,4 @@ bool ReadTrieBlob(std::string_view blob, std::vector<TrieEntry>* entries,
   return true;
 }
 
-}  // namespace eti::tools
+}  // namespace eti

@@ -1,9 +1,11 @@
-#include "common/file_util.h"
+#include "dict/file_util.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -11,7 +13,7 @@
 #include <sstream>
 #include <vector>
 
-namespace eti::tools {
+namespace eti {
 
 bool ReadFile(const std::string& path, std::string* out, std::string* error) {
   std::ifstream in(path, std::ios::binary);
@@ -60,4 +62,20 @@ bool WriteFileAtomically(const std::string& path, std::string_view data, std::st
   return true;
 }
 
-}  // namespace eti::tools
+std::vector<std::string> ListFiles(const std::string& dir, std::string_view suffix) {
+  std::vector<std::string> files;
+  if (DIR* d = opendir(dir.c_str())) {
+    while (dirent* e = readdir(d)) {
+      const std::string name = e->d_name;
+      if (name.size() > suffix.size() &&
+          name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0) {
+        files.push_back(name);
+      }
+    }
+    closedir(d);
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+}  // namespace eti

@@ -1,12 +1,12 @@
 // The consistency check of a dictionary set: whether the tag, pattern and
 // unit-sequence dictionaries fit together the way the pipeline reads them.
-#ifndef EXTRACTOR_KR_TOOLS_COMMON_CONSISTENCY_H_
-#define EXTRACTOR_KR_TOOLS_COMMON_CONSISTENCY_H_
+#ifndef EXTRACTOR_KR_TOOLS_DICTC_CONSISTENCY_H_
+#define EXTRACTOR_KR_TOOLS_DICTC_CONSISTENCY_H_
 
 #include <string>
 #include <vector>
 
-#include "common/dict_source.h"
+#include "dict/source.h"
 
 namespace eti::tools {
 
@@ -41,4 +41,4 @@ std::vector<SourceError> CheckTagsAgainstReplacements(const Sources& tags,
 
 }  // namespace eti::tools
 
-#endif  // EXTRACTOR_KR_TOOLS_COMMON_CONSISTENCY_H_
+#endif  // EXTRACTOR_KR_TOOLS_DICTC_CONSISTENCY_H_

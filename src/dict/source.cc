@@ -1,6 +1,6 @@
 // Reading dictionary sources, with a message naming the file and line of
 // every problem.
-#include "common/dict_source.h"
+#include "dict/source.h"
 
 #include <algorithm>
 #include <cctype>
@@ -9,7 +9,7 @@
 
 #include "session/cp949.h"
 
-namespace eti::tools {
+namespace eti {
 namespace {
 
 constexpr size_t kMaxTagName = 64;    // the tagger's name buffer, NUL included
@@ -320,4 +320,4 @@ std::string CompileTrie(const std::vector<SourceEntry>& entries, DictKind kind) 
   return BuildCompactTrieBlob(TrieEntries(entries), names ? '*' : '\0');
 }
 
-}  // namespace eti::tools
+}  // namespace eti

@@ -4,17 +4,17 @@
 // NAME-*.txt in name order (dicts/ko keeps its generated replacements in
 // replace-*.txt beside the hand-written replace.txt); they are read as one
 // source.
-#ifndef EXTRACTOR_KR_TOOLS_COMMON_SOURCE_SET_H_
-#define EXTRACTOR_KR_TOOLS_COMMON_SOURCE_SET_H_
+#ifndef EXTRACTOR_KR_DICT_SOURCE_SET_H_
+#define EXTRACTOR_KR_DICT_SOURCE_SET_H_
 
-#include <ostream>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
-#include "common/dict_source.h"
+#include "dict/source.h"
 #include "extractor_kr.h"
 
-namespace eti::tools {
+namespace eti {
 
 // The base names of the four tries in a source directory, in the order of
 // the tries of ekr_dictionaries, with their kinds.
@@ -32,9 +32,11 @@ std::vector<std::string> TrieSourceFiles(const std::string& dir, const std::stri
 std::vector<SourceFile> ReadSourceFiles(const std::vector<std::string>& paths,
                                         std::vector<SourceError>* errors);
 
-// A set compiled in memory, the six parts in the order of ekr_dictionaries.
+// A set compiled in memory, the six parts in the order of ekr_dictionaries,
+// and where each key of the four tries was written ("replace.txt:12").
 struct CompiledSet {
   std::string settings, replace, tags, patterns, units, words;
+  std::unordered_map<std::string, std::string> origins[4];  // CP949 key -> file:line
   ekr_dictionaries View() const;
 };
 
@@ -44,12 +46,6 @@ struct CompiledSet {
 CompiledSet CompileSourceDir(const std::string& dir, std::vector<SourceError>* errors,
                              const std::vector<std::string>& without = {});
 
-// The set of a tool's --dict DIR: the compiled files when tags.bin is
-// there, otherwise the sources compiled in memory.  Problems go to `err`,
-// one a line, after the tool's name.
-bool LoadDictDir(const std::string& dir, const std::string& tool, CompiledSet* set,
-                 std::ostream& err);
+}  // namespace eti
 
-}  // namespace eti::tools
-
-#endif  // EXTRACTOR_KR_TOOLS_COMMON_SOURCE_SET_H_
+#endif  // EXTRACTOR_KR_DICT_SOURCE_SET_H_

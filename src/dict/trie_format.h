@@ -24,14 +24,14 @@
 // numbered depth first, each chain's nodes consecutive; identical
 // label+value strings share one place in the pool.  The same entries always
 // give the same bytes.
-#ifndef EXTRACTOR_KR_TOOLS_COMMON_TRIE_FORMAT_H_
-#define EXTRACTOR_KR_TOOLS_COMMON_TRIE_FORMAT_H_
+#ifndef EXTRACTOR_KR_DICT_TRIE_FORMAT_H_
+#define EXTRACTOR_KR_DICT_TRIE_FORMAT_H_
 
 #include <string>
 #include <string_view>
 #include <vector>
 
-namespace eti::tools {
+namespace eti {
 
 struct TrieEntry {
   std::string key;    // bytes in the dictionary's encoding, not empty
@@ -68,6 +68,6 @@ std::string WriteTrieNodes(const std::vector<TrieNode>& nodes);
 bool ReadTrieBlob(std::string_view blob, std::vector<TrieEntry>* entries,
                   std::string* error);
 
-}  // namespace eti::tools
+}  // namespace eti
 
-#endif  // EXTRACTOR_KR_TOOLS_COMMON_TRIE_FORMAT_H_
+#endif  // EXTRACTOR_KR_DICT_TRIE_FORMAT_H_

@@ -1,14 +1,11 @@
-#include "common/source_set.h"
+#include "dict/source_set.h"
 
 #include <algorithm>
-#include <sys/stat.h>
 
-#include "common/case_file.h"
-#include "common/file_util.h"
-#include "common/trie_format.h"
-#include "session/extractor.h"
+#include "dict/file_util.h"
+#include "dict/trie_format.h"
 
-namespace eti::tools {
+namespace eti {
 
 const TrieSourceName kTrieSources[4] = {{"replace", DictKind::kReplace},
                                         {"tags", DictKind::kTag},
@@ -55,7 +52,12 @@ CompiledSet CompileSourceDir(const std::string& dir, std::vector<SourceError>* e
       if (std::find(without.begin(), without.end(), name) == without.end()) paths.push_back(p);
     }
     const auto files = ReadSourceFiles(paths, errors);
-    *tries[k] = CompileTrie(ReadTrieSources(files, kTrieSources[k].kind, errors), kTrieSources[k].kind);
+    const std::vector<SourceEntry> entries = ReadTrieSources(files, kTrieSources[k].kind, errors);
+    for (const SourceEntry& e : entries) {
+      const std::string file = e.file.substr(e.file.rfind('/') + 1);
+      set.origins[k].emplace(e.entry.key, file + ":" + std::to_string(e.line));
+    }
+    *tries[k] = CompileTrie(entries, kTrieSources[k].kind);
   }
   std::string error;
   if (!ReadFile(dir + "/settings.txt", &set.settings, &error)) errors->push_back({dir + "/settings.txt", 0, error});
@@ -68,32 +70,4 @@ CompiledSet CompileSourceDir(const std::string& dir, std::vector<SourceError>* e
   return set;
 }
 
-bool LoadDictDir(const std::string& dir, const std::string& tool, CompiledSet* set,
-                 std::ostream& err) {
-  const auto exists = [](const std::string& path) {
-    struct stat st;
-    return stat(path.c_str(), &st) == 0;
-  };
-  if (exists(dir + "/tags.bin")) {
-    std::string* parts[6] = {&set->settings, &set->replace, &set->tags,
-                             &set->patterns, &set->units,   &set->words};
-    for (int k = 0; k < 6; ++k) {
-      std::string error;
-      if (!ReadFile(dir + "/" + session::kDictionaryFiles[k], parts[k], &error)) {
-        err << tool << ": --dict: " << error << "\n";
-        return false;
-      }
-    }
-    return true;
-  }
-  if (!exists(dir + "/tags.txt")) {
-    err << tool << ": --dict: " << dir << ": no dictionaries (tags.bin or tags.txt) there\n";
-    return false;
-  }
-  std::vector<SourceError> errors;
-  *set = CompileSourceDir(dir, &errors);
-  for (const SourceError& e : errors) err << e.Format() << "\n";
-  return errors.empty();
-}
-
-}  // namespace eti::tools
+}  // namespace eti
