@@ -58,6 +58,30 @@ ChainIndex::ChainIndex(const BTrie* trie) : pool_(trie->pool), labelOffset_(trie
   if (tableOf_[0] >= 0) rootTable_ = tables_.data() + tableOf_[0];
 }
 
+ChainIndex::ChainIndex(const BTrie* trie, TopOnly)
+    : pool_(trie->pool), labelOffset_(trie->labelOffset), topOnly_(true) {
+  const int32_t n = NodeCount(trie);
+  if (n == 0) return;
+  topNodes_.reserve(256);  // a chain of distinct leading bytes is no longer
+  // A chain longer than the trie has a cycle, which the loader refused.
+  for (int32_t m = 0; m >= 0 && m < n && topNodes_.size() <= static_cast<size_t>(n);
+       m = trie->sibling[m]) {
+    // An empty label fits every key: such a chain is left to the scan.
+    if (trie->pool[trie->labelOffset[m]] == '\0') return;
+    topNodes_.push_back(m);
+  }
+  // Walking the chain backwards, the latest place seen of each leading byte
+  // is the next one of that byte.
+  tables_.assign(256, -1);
+  topNext_.assign(topNodes_.size(), -1);
+  for (size_t p = topNodes_.size(); p-- > 0;) {
+    const auto lead = static_cast<unsigned char>(trie->pool[trie->labelOffset[topNodes_[p]]]);
+    topNext_[p] = tables_[lead];
+    tables_[lead] = static_cast<int32_t>(p);
+  }
+  rootTable_ = tables_.data();
+}
+
 ScopedChainIndexes::ScopedChainIndexes(const BTrie* const* t, const ChainIndex* const* i, int c)
     : tries(t), indexes(i), count(c), previous_(tl_runSet) {
   tl_runSet = this;

@@ -21,10 +21,17 @@ class ChainIndex {
  public:
   explicit ChainIndex(const BTrie* trie);
 
+  // An index of the top-level chain alone, built in a walk of that chain:
+  // what a call that reads its caller's blobs can afford on every call,
+  // where every scan of the text starts at the top.
+  struct TopOnly {};
+  ChainIndex(const BTrie* trie, TopOnly);
+
   // The node searchBBT(trie, key, node) finds, with *value set as it sets
   // it; false when no index covers the chain starting at `node` (the caller
   // then scans it).
   bool Find(const char* key, int32_t node, int32_t* found, const char** value) const {
+    if (topOnly_) return node == 0 && FindAtTop(key, found, value);
     if (node < 0 || static_cast<size_t>(node) >= tableOf_.size()) return false;
     const int32_t table = tableOf_[static_cast<size_t>(node)];
     if (table < 0) return false;
@@ -65,12 +72,38 @@ class ChainIndex {
   }
 
  private:
+  // Find for the top-level chain of a TopOnly index: its nodes of the
+  // key's leading byte, in chain order (by their places in the chain).
+  bool FindAtTop(const char* key, int32_t* found, const char** value) const {
+    const auto lead = static_cast<unsigned char>(key[0]);
+    if (lead == 0 || rootTable_ == nullptr) return false;
+    *found = -1;
+    *value = nullptr;
+    for (int32_t p = rootTable_[lead]; p >= 0; p = topNext_[static_cast<size_t>(p)]) {
+      const int32_t m = topNodes_[static_cast<size_t>(p)];
+      const char* label = pool_ + labelOffset_[m];
+      size_t i = 1;
+      while (label[i] != '\0' && key[i] == label[i]) ++i;
+      if (label[i] == '\0') {
+        *found = m;
+        *value = label + i + 1;
+        return true;
+      }
+    }
+    return true;
+  }
+
   const char* pool_;
   const int32_t* labelOffset_;
   std::vector<int32_t> tableOf_;   // per node: offset of its chain's table in tables_, or -1
   std::vector<int32_t> tables_;    // 256 entries per indexed chain, -1 for none
   std::vector<int32_t> nextSame_;  // per node: the next node of its chain with its leading byte
   const int32_t* rootTable_ = nullptr;  // the table of the chain from node 0, if indexed
+  // A TopOnly index: the nodes of the top-level chain in order, and for each
+  // place the next place whose node has the same leading byte; its table
+  // (rootTable_) holds the first place of each leading byte.
+  bool topOnly_ = false;
+  std::vector<int32_t> topNodes_, topNext_;
 };
 
 // The chain indexes of the dictionary set that this thread is running on,

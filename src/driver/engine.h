@@ -69,6 +69,7 @@ class CallDictionaries {
 
  private:
   CallTrie tries_[4];
+  std::unique_ptr<ChainIndex> indexes_[4];
   WordList words_;
   LoadedDictionaries d_;
 };

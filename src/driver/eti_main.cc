@@ -54,6 +54,12 @@ CallDictionaries::CallDictionaries(const char* settings, const void* replacement
   d_.patterns = tries_[2].get();
   d_.unitSequences = tries_[3].get();
   d_.words = &words_;
+  // Every scan of the text starts at the top of a trie, so the top-level
+  // chains are indexed for the call; the deeper chains are short.
+  for (int k = 0; k < 4; ++k) {
+    indexes_[k] = std::make_unique<ChainIndex>(tries_[k].get(), ChainIndex::TopOnly{});
+    d_.indexes[k] = indexes_[k].get();
+  }
 }
 
 }  // namespace eti
