@@ -101,6 +101,8 @@ bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 // attributes parsed from the value, the last entry of the value at the head.
 RETTAGS* MakeToken(TokenMemory& m, int32_t startPos, const char* key, int32_t length,
                    const char* value) {
+  TAGATTR** parsed = m.arena() != nullptr ? &m.arena()->Parsed(value) : nullptr;
+  if (parsed != nullptr && *parsed != nullptr) return NewToken(m, startPos, key, length, *parsed);
   char area[kTagValueArea];
   const size_t n = strnlen(value, sizeof(area) - 1);
   std::memcpy(area, value, n);
@@ -125,6 +127,7 @@ RETTAGS* MakeToken(TokenMemory& m, int32_t startPos, const char* key, int32_t le
     a->next = attrs;  // the last entry of the string ends up at the head
     attrs = a;
   }
+  if (parsed != nullptr) *parsed = attrs;
   return NewToken(m, startPos, key, length, attrs);
 }
 

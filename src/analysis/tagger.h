@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 #include "extractor_kr/stages.h"
@@ -28,6 +29,10 @@ class Arena {
   // arena and shared by every token that has them; NULL when none is made
   // yet.  Only the arena's tokens share: tokens on the heap own theirs.
   TAGATTR*& Shared(int kind) { return shared_[kind]; }
+  // The attributes parsed from a tag value of the trie (by its address in
+  // the trie), shared by every token of that entry; NULL when not parsed
+  // yet.  No stage changes the attributes of a dictionary token.
+  TAGATTR*& Parsed(const char* value) { return parsed_[value]; }
 
  private:
   // The first few kilobytes live in the arena itself, which is enough for
@@ -38,6 +43,7 @@ class Arena {
   size_t left_ = sizeof(first_);
   size_t next_ = 8192;  // the size of the next block; doubles up to 64 KB
   TAGATTR* shared_[3] = {nullptr, nullptr, nullptr};
+  std::unordered_map<const char*, TAGATTR*> parsed_;
 
   char* Take(size_t n);
 };
