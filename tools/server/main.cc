@@ -2,6 +2,9 @@
 // requests of the common entity-parser API (POST /parse).
 #include <CLI/CLI.hpp>
 
+#include <sys/resource.h>
+
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <iostream>
@@ -28,6 +31,22 @@ int Fail(const std::string& message) {
   return 2;
 }
 
+// Raises the process's limit on open descriptors as far as it may go, so
+// that thousands of idle connections do not shut out the rest.  Returns the
+// connections that leaves room for, keeping a few descriptors for the rest
+// of the process.
+unsigned RaiseDescriptorLimit() {
+  rlimit files{};
+  if (getrlimit(RLIMIT_NOFILE, &files) != 0) return 1000;
+  if (files.rlim_cur < files.rlim_max) {
+    files.rlim_cur = files.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &files);
+    getrlimit(RLIMIT_NOFILE, &files);
+  }
+  const rlim_t n = std::min<rlim_t>(files.rlim_cur, 1 << 20);
+  return static_cast<unsigned>(n > 80 ? n - 64 : 16);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -36,8 +55,8 @@ int main(int argc, char** argv) {
   std::string tz = "Asia/Seoul", dictDir;
   CLI::App app(
       "A Korean time service on HTTP: POST /parse with a form (text, locale, tz, reftime, dims,\n"
-      "prefer, years) answers a JSON array of the time entities of the text; GET / answers\n"
-      "quack!, GET /targets the locales and dimensions served.",
+      "rules, prefer, years, periods) answers a JSON array of the time entities of the text;\n"
+      "GET / answers quack!, GET /targets the locales and dimensions served.",
       "extractor-kr-server");
   app.add_option("--host", o.host, "address to listen on")->capture_default_str();
   app.add_option("--port", o.port, "port to listen on (0: any free one)")->capture_default_str();
@@ -72,6 +91,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   const Service service(ex.get(), zone);
+  o.maxConnections = RaiseDescriptorLimit();
 
   // The pool's threads inherit a mask without these signals, so that only
   // this thread takes them.
