@@ -1,8 +1,10 @@
 #include "resolve/reader.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <initializer_list>
+#include <iterator>
 
 #include "session/cp949.h"
 
@@ -200,9 +202,17 @@ std::vector<WeekdayList> RewriteWeekdayLists(std::string* text) {
                            kMada = Cp949("마다"), kEvery = Cp949("매주");
   std::vector<WeekdayList> lists;
   std::string& t = *text;
+  // The lead bytes of the weekday syllables: most bytes are none of them.
+  static const std::array<bool, 256> kLead = [] {
+    std::array<bool, 256> lead{};
+    for (const std::string& d : kDays) lead[static_cast<unsigned char>(d[0])] = true;
+    return lead;
+  }();
   const auto weekdayAt = [&](size_t i) -> int32_t {
+    if (i + 1 >= t.size() || !kLead[static_cast<unsigned char>(t[i])]) return -1;
     for (int32_t d = 0; d < 7; ++d) {
-      if (t.compare(i, 2, kDays[static_cast<size_t>(d)]) == 0) return d;
+      const std::string& day = kDays[static_cast<size_t>(d)];
+      if (t[i] == day[0] && t[i + 1] == day[1]) return d;
     }
     return -1;
   };
@@ -210,6 +220,10 @@ std::vector<WeekdayList> RewriteWeekdayLists(std::string* text) {
   for (size_t i = 0; i + 1 < t.size();) {
     if (!IsLead(t[i])) {
       ++i;
+      continue;
+    }
+    if (weekdayAt(i) < 0) {
+      i += 2;
       continue;
     }
     // A run of weekday syllables, each after a separator or none.
@@ -302,8 +316,8 @@ void RewriteFromWithEseo(std::string* text) {
     j = blanks(j);  // a replaced unit stands apart (5 시까지)
     return unitAt(j) ? j + 2 : std::string::npos;
   };
-  for (size_t i = 3; i + kEseo.size() <= t.size(); ++i) {
-    if (!at(i, kEseo) || !unitAt(i - 2) || !IsDigit(t[i - 3])) continue;
+  for (size_t i = t.find(kEseo); i != std::string::npos; i = t.find(kEseo, i + 1)) {
+    if (i < 3 || !unitAt(i - 2) || !IsDigit(t[i - 3])) continue;
     size_t j = i + kEseo.size();
     bool ended = false;
     for (int groups = 0; groups < 3 && !ended; ++groups) {
@@ -377,11 +391,32 @@ RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
     ends[e] = 1;
   }
   for (size_t i = 0; i < n; i += IsLead(text[i]) ? 2 : 1) charStart[i] = 1;
+  // The particles by their first byte and by their last, so that each
+  // place is compared with the few that could fit there.
+  // (Lists threaded through two arrays: the head per byte, then the next
+  // particle of the same byte per particle.)
+  int32_t firstHead[256], lastHead[256];
+  std::fill(std::begin(firstHead), std::end(firstHead), -1);
+  std::fill(std::begin(lastHead), std::end(lastHead), -1);
+  std::vector<int32_t> nextOf(2 * particles.size(), -1);
+  for (size_t k = particles.size(); k-- > 0;) {
+    const std::string_view w = particles[k];
+    if (w.empty()) continue;
+    int32_t& f = firstHead[static_cast<unsigned char>(w.front())];
+    nextOf[2 * k] = f;
+    f = static_cast<int32_t>(k);
+    int32_t& l = lastHead[static_cast<unsigned char>(w.back())];
+    nextOf[2 * k + 1] = l;
+    l = static_cast<int32_t>(k);
+  }
   // The longest particle of the list at byte p; 0 for none.
   const auto particleAt = [&](size_t p) {
     size_t best = 0;
-    for (const std::string_view w : particles) {
-      if (!w.empty() && w.size() > best && text.compare(p, w.size(), w) == 0) best = w.size();
+    if (p >= n) return best;
+    for (int32_t k = firstHead[static_cast<unsigned char>(text[p])]; k >= 0;
+         k = nextOf[2 * static_cast<size_t>(k)]) {
+      const std::string_view w = particles[static_cast<size_t>(k)];
+      if (w.size() > best && text.compare(p, w.size(), w) == 0) best = w.size();
     }
     return best;
   };
@@ -405,8 +440,10 @@ RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
     size_t prev = b - 1;
     while (prev > 0 && charStart[prev] == 0) --prev;
     if (!HangulAt(text, prev)) return true;
-    for (const std::string_view w : particles) {
-      if (!w.empty() && b >= w.size() && text.compare(b - w.size(), w.size(), w) == 0) return true;
+    for (int32_t k = lastHead[static_cast<unsigned char>(text[b - 1])]; k >= 0;
+         k = nextOf[2 * static_cast<size_t>(k) + 1]) {
+      const std::string_view w = particles[static_cast<size_t>(k)];
+      if (b >= w.size() && text.compare(b - w.size(), w.size(), w) == 0) return true;
     }
     return false;
   };

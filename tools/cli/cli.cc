@@ -139,20 +139,24 @@ std::string CycleString(const ekr_result& e) {
   return buf;
 }
 
-// The answer in the shape of the native method's JSON array, every value a
-// string, positions in code points, the content in every element.
 // One result in the whole call's element shape, less its content (the
-// answer gives the content once).
-Json ResultJson(const ekr_result& e) {
+// answer gives the content once), every value a string, positions in code
+// points.
+void AppendResult(const ekr_result& e, std::string* out) {
   const ekr_moment& end = e.is_span ? e.end : e.start;
-  return {{"resultType", e.is_span ? "2" : "1"},
-          {"startTime", TimeString(e.start)},
-          {"endTime", TimeString(end)},
-          {"beginIndex", std::to_string(e.begin_char)},
-          {"endIndex", std::to_string(e.end_char)},
-          {"inputInformStart", Flags(e.start)},
-          {"inputInformEnd", Flags(end)},
-          {"cycle", CycleString(e)}};
+  const auto field = [out](const char* name, const std::string& value) {
+    out->append("\"").append(name).append("\":\"").append(value).append("\",");
+  };
+  out->push_back('{');
+  field("resultType", e.is_span ? "2" : "1");
+  field("startTime", TimeString(e.start));
+  field("endTime", TimeString(end));
+  field("beginIndex", std::to_string(e.begin_char));
+  field("endIndex", std::to_string(e.end_char));
+  field("inputInformStart", Flags(e.start));
+  field("inputInformEnd", Flags(end));
+  field("cycle", CycleString(e));
+  out->back() = '}';
 }
 
 std::string Dump(const Json& j) { return j.dump(-1, ' ', false, Json::error_handler_t::replace); }
@@ -178,14 +182,13 @@ void WriteJsonString(std::ostream& out, std::string_view text) {
 void WriteAnswer(std::ostream& out, const Json* id, const ekr_results* r) {
   out << '{';
   if (id != nullptr) out << "\"id\":" << Dump(*id) << ',';
-  out << "\"results\":[";
-  bool first = true;
+  std::string results = "\"results\":[";
   for (const ekr_result& e : ekr::Items(r)) {
-    if (!first) out << ',';
-    first = false;
-    out << Dump(ResultJson(e));
+    AppendResult(e, &results);
+    results.push_back(',');
   }
-  out << "],\"content\":";
+  if (results.back() == ',') results.pop_back();
+  out << results << "],\"content\":";
   WriteJsonString(out, ekr_results_content(r));
   out << "}\n";
 }
