@@ -23,6 +23,7 @@
 #include "server/duckling.h"
 #include "server/http_server.h"
 #include "extractor_kr.hpp"
+#include "support/code_points.h"
 
 namespace {
 
@@ -36,18 +37,6 @@ const eti::server::Service& TheService() {
   }();
   static const eti::server::Service service(ex.get(), eti::server::FindZone("Asia/Seoul"));
   return service;
-}
-
-// The code points of valid UTF-8, each as its bytes.
-std::vector<std::string> CodePoints(const std::string& s) {
-  std::vector<std::string> out;
-  for (size_t i = 0; i < s.size();) {
-    const auto b = static_cast<unsigned char>(s[i]);
-    const size_t n = b < 0x80 ? 1 : b < 0xE0 ? 2 : b < 0xF0 ? 3 : 4;
-    out.push_back(s.substr(i, n));
-    i += n;
-  }
-  return out;
 }
 
 void Check(bool ok) {

@@ -15,7 +15,9 @@
 #ifndef EXTRACTOR_KR_HPP_
 #define EXTRACTOR_KR_HPP_
 
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string_view>
 
@@ -56,6 +58,22 @@ inline ekr_status Extract(const ekr_extractor* ex, std::string_view text, const 
   const ekr_status s = ekr_extract_with(ex, text.data(), text.size(), reference, &options, &r);
   out->reset(r);
   return s;
+}
+
+// Options from ints, as a binding receives them from its language: the
+// enums are stored as the ints given, byte for byte, so that a value that
+// names nothing reaches the library's check (ekr_options_check words the
+// problem) without C++ ever loading it as the enum.
+inline ekr_options OptionsFromInts(int rules, int prefer, int32_t firstYear, int32_t lastYear) {
+  static_assert(sizeof(ekr_rules) == sizeof(int) && sizeof(ekr_prefer) == sizeof(int),
+                "the enums of the C API are ints");
+  ekr_options o;
+  ekr_options_init(&o);
+  std::memcpy(&o.rules, &rules, sizeof rules);
+  std::memcpy(&o.prefer, &prefer, sizeof prefer);
+  o.min_year = firstYear;
+  o.max_year = lastYear;
+  return o;
 }
 
 // The results of a call as a range of ekr_result.

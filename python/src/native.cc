@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "extractor_kr.h"
+#include "extractor_kr.hpp"
 
 namespace py = pybind11;
 
@@ -44,21 +45,6 @@ struct DictionaryProblem : std::runtime_error {
 constexpr ekr_rules kRuleSets[] = {EKR_RULES_READER, EKR_RULES_WHOLE_CALL};
 constexpr ekr_prefer kPreferences[] = {EKR_PREFER_FUTURE, EKR_PREFER_PAST};
 
-// Options as the caller gave them.  The enums are stored as the ints given,
-// byte for byte, so that a value naming nothing reaches the library's check
-// (which words the problem) without C++ ever loading it as the enum.
-ekr_options Options(int rules, int prefer, int32_t firstYear, int32_t lastYear) {
-  static_assert(sizeof(ekr_rules) == sizeof(int) && sizeof(ekr_prefer) == sizeof(int),
-                "the enums of the C API are ints");
-  ekr_options o;
-  ekr_options_init(&o);
-  std::memcpy(&o.rules, &rules, sizeof rules);
-  std::memcpy(&o.prefer, &prefer, sizeof prefer);
-  o.min_year = firstYear;
-  o.max_year = lastYear;
-  return o;
-}
-
 py::tuple Moment(const ekr_moment& m) {
   return py::make_tuple(m.year, m.month, m.day, m.hour, m.minute, m.second, m.has_date != 0,
                         m.has_time != 0, m.has_ampm != 0);
@@ -84,7 +70,7 @@ class NativeExtractor {
   // library's words.
   py::tuple Extract(const std::string& text, const std::string& reference, int rules,
                     int prefer, int32_t firstYear, int32_t lastYear) {
-    const ekr_options options = Options(rules, prefer, firstYear, lastYear);
+    const ekr_options options = ekr::OptionsFromInts(rules, prefer, firstYear, lastYear);
     ResultsOwner results;
     ekr_status s = EKR_OK;
     std::string problem;
@@ -190,7 +176,7 @@ PYBIND11_MODULE(_native, m) {
   // otherwise.
   m.def("options_problem",
         [](int rules, int prefer, int32_t firstYear, int32_t lastYear) -> py::object {
-          const ekr_options o = Options(rules, prefer, firstYear, lastYear);
+          const ekr_options o = ekr::OptionsFromInts(rules, prefer, firstYear, lastYear);
           if (ekr_options_check(&o) == EKR_OK) return py::none();
           return py::str(ekr_last_error());
         });

@@ -41,14 +41,7 @@ class ChainIndex {
     if (lead == 0) return true;  // no non-empty label fits an empty key
     for (int32_t m = tables_[static_cast<size_t>(table) + lead]; m >= 0;
          m = nextSame_[static_cast<size_t>(m)]) {
-      const char* label = pool_ + labelOffset_[m];
-      size_t i = 1;
-      while (label[i] != '\0' && key[i] == label[i]) ++i;
-      if (label[i] == '\0') {
-        *found = m;
-        *value = label + i + 1;
-        return true;
-      }
+      if (Fits(key, m, found, value)) return true;
     }
     return true;
   }
@@ -72,6 +65,18 @@ class ChainIndex {
   }
 
  private:
+  // Whether the label of node m (whose first byte is the key's) is a prefix
+  // of the key: then *found is m and *value its value.
+  bool Fits(const char* key, int32_t m, int32_t* found, const char** value) const {
+    const char* label = pool_ + labelOffset_[m];
+    size_t i = 1;
+    while (label[i] != '\0' && key[i] == label[i]) ++i;
+    if (label[i] != '\0') return false;
+    *found = m;
+    *value = label + i + 1;
+    return true;
+  }
+
   // Find for the top-level chain of a TopOnly index: its nodes of the
   // key's leading byte, in chain order (by their places in the chain).
   bool FindAtTop(const char* key, int32_t* found, const char** value) const {
@@ -80,15 +85,7 @@ class ChainIndex {
     *found = -1;
     *value = nullptr;
     for (int32_t p = rootTable_[lead]; p >= 0; p = topNext_[static_cast<size_t>(p)]) {
-      const int32_t m = topNodes_[static_cast<size_t>(p)];
-      const char* label = pool_ + labelOffset_[m];
-      size_t i = 1;
-      while (label[i] != '\0' && key[i] == label[i]) ++i;
-      if (label[i] == '\0') {
-        *found = m;
-        *value = label + i + 1;
-        return true;
-      }
+      if (Fits(key, topNodes_[static_cast<size_t>(p)], found, value)) return true;
     }
     return true;
   }

@@ -15,6 +15,8 @@
 #include <vector>
 
 #include "extractor_kr.h"
+#include "extractor_kr.hpp"
+#include "session/cp949.h"
 
 namespace {
 
@@ -27,24 +29,6 @@ constexpr int kFieldsPerExpression = 24;
 // values: the Java side knows them by these positions.
 constexpr ekr_rules kRuleSets[] = {EKR_RULES_READER, EKR_RULES_WHOLE_CALL};
 constexpr ekr_prefer kPreferences[] = {EKR_PREFER_FUTURE, EKR_PREFER_PAST};
-
-void AppendUtf8(uint32_t cp, std::string* out) {
-  if (cp < 0x80) {
-    out->push_back(static_cast<char>(cp));
-  } else if (cp < 0x800) {
-    out->push_back(static_cast<char>(0xC0 | (cp >> 6)));
-    out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else if (cp < 0x10000) {
-    out->push_back(static_cast<char>(0xE0 | (cp >> 12)));
-    out->push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else {
-    out->push_back(static_cast<char>(0xF0 | (cp >> 18)));
-    out->push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-    out->push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  }
-}
 
 bool IsHigh(uint32_t u) { return u >= 0xD800 && u <= 0xDBFF; }
 bool IsLow(uint32_t u) { return u >= 0xDC00 && u <= 0xDFFF; }
@@ -61,7 +45,7 @@ std::string Utf8Of(const std::u16string& units) {
     } else if (IsHigh(cp) || IsLow(cp)) {
       cp = 0xFFFD;
     }
-    AppendUtf8(cp, &out);
+    eti::AppendUtf8(cp, &out);
   }
   return out;
 }
@@ -161,21 +145,6 @@ jintArray IntArray(JNIEnv* env, const jint* values, size_t n) {
   return array;
 }
 
-// The options as Java gave them; the enums are stored as the ints given,
-// byte for byte, so that a value naming nothing reaches the library's
-// check, which words the problem.
-ekr_options Options(jint rules, jint prefer, jint firstYear, jint lastYear) {
-  static_assert(sizeof(ekr_rules) == sizeof(jint) && sizeof(ekr_prefer) == sizeof(jint),
-                "the enums of the C API are ints");
-  ekr_options o;
-  ekr_options_init(&o);
-  std::memcpy(&o.rules, &rules, sizeof rules);
-  std::memcpy(&o.prefer, &prefer, sizeof prefer);
-  o.min_year = firstYear;
-  o.max_year = lastYear;
-  return o;
-}
-
 }  // namespace
 
 extern "C" {
@@ -230,7 +199,7 @@ JNIEXPORT jintArray JNICALL Java_extractorkr_KoreanTimeExtractor_extract0(
   try {
     const std::string utf8 = Utf8Of(env, text);
     const std::string ref = Utf8Of(env, reference);
-    const ekr_options options = Options(rules, prefer, firstYear, lastYear);
+    const ekr_options options = ekr::OptionsFromInts(rules, prefer, firstYear, lastYear);
     const ekr_status s =
         ekr_extract_with(ex, utf8.data(), utf8.size(), ref.c_str(), &options, &results);
     if (s != EKR_OK) {
@@ -267,7 +236,7 @@ JNIEXPORT jintArray JNICALL Java_extractorkr_KoreanTimeExtractor_extract0(
 // otherwise.
 JNIEXPORT jstring JNICALL Java_extractorkr_KoreanTimeExtractor_optionsProblem0(
     JNIEnv* env, jclass, jint rules, jint prefer, jint firstYear, jint lastYear) {
-  const ekr_options o = Options(rules, prefer, firstYear, lastYear);
+  const ekr_options o = ekr::OptionsFromInts(rules, prefer, firstYear, lastYear);
   if (ekr_options_check(&o) == EKR_OK) return nullptr;
   return JavaString(env, ekr_last_error());
 }

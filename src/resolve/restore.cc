@@ -698,21 +698,24 @@ void Restorer::AgreeWithWeekday(DTINFO* n, const DTINFO& stated, int32_t weekday
   Normalise(n, timeStated);
 }
 
+// Days since 1970 of a date of the civil calendar.
+int64_t DayNumber(int32_t y, int32_t m, int32_t d) {
+  ETI_TM tm{};
+  tm.tm_year = y - 1900;
+  tm.tm_mon = m - 1;
+  tm.tm_mday = d;
+  return date2Sec(&tm) / 86400;
+}
+
 // A month and day, or a bare month, that the future rules placed a year on
 // is last year's when that one lies in the recent past: 12월 2일 read on 10
 // December is eight days ago, 11월 last month, not dates eleven months on.
 bool Restorer::KeepRecentPast(DTINFO* n, const DTINFO& stated, bool period, bool timeStated) {
   if (n->year != WAdd(ref_->year, 1)) return false;
-  const auto days = [](int32_t y, int32_t m, int32_t d) {
-    ETI_TM tm{};
-    tm.tm_year = y - 1900;
-    tm.tm_mon = m - 1;
-    tm.tm_mday = d;
-    return date2Sec(&tm) / 86400;
-  };
   const int32_t year = ref_->year;
   const int32_t day = period ? LastDayOfMonth(year, stated.month) : stated.day;
-  const int64_t back = days(ref_->year, ref_->month, ref_->day) - days(year, stated.month, day);
+  const int64_t back =
+      DayNumber(ref_->year, ref_->month, ref_->day) - DayNumber(year, stated.month, day);
   // A date up to six weeks back; a month that ended last month.
   const bool recent = period ? back >= 0 && back <= 31 : back > 0 && back <= 45;
   if (!recent) return false;
@@ -733,22 +736,15 @@ bool Restorer::KeepSpanInProgress(DTINFO* n, const DTINFO& stated, bool timeStat
       !IsSet(end->month) || (end->duration != 2 && n->duration != 3)) {
     return false;
   }
-  const auto days = [](int32_t y, int32_t m, int32_t d) {
-    ETI_TM tm{};
-    tm.tm_year = y - 1900;
-    tm.tm_mon = m - 1;
-    tm.tm_mday = d;
-    return date2Sec(&tm) / 86400;
-  };
   const int32_t startDay = IsSet(stated.day) ? stated.day : 1;
   const int32_t endYear = end->month < stated.month ? WAdd(ref_->year, 1) : ref_->year;
   const int32_t endDay = IsSet(end->day) && end->spanKind != 1
                              ? end->day
                              : LastDayOfMonth(endYear, end->month);
-  const int64_t today = days(ref_->year, ref_->month, ref_->day);
+  const int64_t today = DayNumber(ref_->year, ref_->month, ref_->day);
   // Held now, or ended in the last two months (3분기 결산, read in November).
-  if (days(ref_->year, stated.month, startDay) > today ||
-      days(endYear, end->month, endDay) < today - 62) {
+  if (DayNumber(ref_->year, stated.month, startDay) > today ||
+      DayNumber(endYear, end->month, endDay) < today - 62) {
     return false;
   }
   Say("a span that holds the reference or ended lately: this one");

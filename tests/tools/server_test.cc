@@ -26,6 +26,7 @@
 #include "extractor_kr.hpp"
 #include "support/http_client.h"
 #include "support/session.h"
+#include "support/code_points.h"
 
 namespace eti::testing {
 namespace {
@@ -91,18 +92,6 @@ std::vector<std::string> LibraryBodies(const Sentence& s) {
                                    static_cast<size_t>(e->end_byte - e->begin_byte)));
   }
   return bodies;
-}
-
-// The code points of valid UTF-8, each as its bytes.
-std::vector<std::string> CodePoints(const std::string& s) {
-  std::vector<std::string> out;
-  for (size_t i = 0; i < s.size();) {
-    const auto b = static_cast<unsigned char>(s[i]);
-    const size_t n = b < 0x80 ? 1 : b < 0xE0 ? 2 : b < 0xF0 ? 3 : 4;
-    out.push_back(s.substr(i, n));
-    i += n;
-  }
-  return out;
 }
 
 // Whether `s` has the shape of `pattern`, where '9' stands for any digit.
