@@ -5,11 +5,13 @@
 // replaced word always stands apart for the tagger.
 #include "analysis/normalise.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "dict/btrie.h"
 
@@ -63,44 +65,83 @@ int32_t ReplaceWithin(retTypeBBT* hits, char* text, size_t capacity) {
   return applied;
 }
 
-bool IsGuard(const retTypeBBT* hit) {
-  const size_t n = std::strlen(hit->text);
-  if (std::strlen(hit->value) != n) return false;
+bool IsGuard(std::string_view key, const char* value) {
+  const size_t n = key.size();
+  if (std::strlen(value) != n) return false;
   bool blanked = false;
   for (size_t i = 0; i < n; ++i) {
-    if (hit->value[i] == '_') {
+    if (value[i] == '_') {
       blanked = true;
-    } else if (hit->value[i] != hit->text[i]) {
+    } else if (value[i] != key[i]) {
       return false;
     }
   }
   return blanked;
 }
 
+bool IsGuard(const retTypeBBT* hit) { return IsGuard(hit->text, hit->value); }
+
 retTypeBBT* Normalise(std::string* text, size_t capacity, const BTrie* replacements,
                       bool keepGuarded) {
   if (!text->empty() && text->back() == '\n') text->pop_back();
-  retTypeBBT* hits = removeDuplicatedBBTResult(ETI_getFullDic(text->c_str(), replacements, 1));
+  // The hits as the scan finds them, without a record each: most are
+  // dropped for overlapping the one before, and only those applied are
+  // made into records.
+  struct Hit {
+    int32_t pos, length;
+    const char* value;
+  };
+  std::vector<Hit> hits;
+  int64_t keptEnd = -1;  // where the last kept hit ends
+  ScanFullDic(replacements, IndexOf(replacements), text->c_str(),
+              static_cast<int32_t>(text->size()), true,
+              [&](int32_t pos, int32_t length, const char* value) {
+                // A hit that starts inside the one kept before it is dropped,
+                // even when longer.
+                if (!hits.empty() && keptEnd > pos) return;
+                hits.push_back({pos, length, value});
+                keptEnd = static_cast<int64_t>(pos) + length;
+              });
   if (keepGuarded) {
     // A guard's place is left as it stands: no replacement there at all.
-    retTypeBBT** link = &hits;
-    while (IsHitList(*link)) {
-      retTypeBBT* h = *link;
-      if (!IsGuard(h)) {
-        link = &h->next;
-        continue;
-      }
-      *link = h->next;
-      h->next = nullptr;
-      ETI_free_retTypeBBT(&h);
-    }
+    hits.erase(std::remove_if(hits.begin(), hits.end(),
+                              [&](const Hit& h) {
+                                return IsGuard(std::string_view(text->data() + h.pos,
+                                                                static_cast<size_t>(h.length)),
+                                               h.value);
+                              }),
+               hits.end());
   }
-  if (hits == nullptr) return nullptr;
-  if (Splice(hits, *text, capacity, text) == 0) {
-    ETI_free_retTypeBBT(&hits);  // not even the first replacement fitted
-    return nullptr;
+  if (hits.empty()) return nullptr;
+  // The text with the replacements spliced in, within `capacity` bytes
+  // (terminator included); the replacements from the first one that would
+  // not fit are not applied.
+  const std::string_view source = *text;
+  std::string spliced;
+  spliced.reserve(source.size() + 16);
+  size_t prevEnd = 0;
+  retTypeBBT* head = nullptr;
+  retTypeBBT** tail = &head;
+  for (const Hit& h : hits) {
+    const auto start = static_cast<size_t>(h.pos);
+    const size_t end = start + static_cast<size_t>(h.length);
+    const size_t valueLength = std::strlen(h.value);
+    // The text after this replacement, with the rest of the source behind it,
+    // must still fit; otherwise stop replacing here.
+    const size_t total =
+        spliced.size() + (start - prevEnd) + 1 + valueLength + (source.size() - end);
+    if (start < prevEnd || end > source.size() || total + 1 > capacity) break;
+    spliced.append(source.substr(prevEnd, start - prevEnd));
+    spliced.push_back(' ');
+    spliced.append(h.value, valueLength);
+    prevEnd = end;
+    *tail = NewHitRecord(h.pos, source.data() + start, static_cast<size_t>(h.length), h.value);
+    tail = &(*tail)->next;
   }
-  return hits;
+  if (head == nullptr) return nullptr;  // not even the first replacement fitted
+  spliced.append(source.substr(prevEnd));
+  *text = std::move(spliced);
+  return head;
 }
 
 retTypeBBT* Normalise(char* text, size_t capacity, const BTrie* replacements) {

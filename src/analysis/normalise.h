@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 #include "extractor_kr/stages.h"
 
@@ -30,6 +31,7 @@ retTypeBBT* Normalise(std::string* text, size_t capacity, const BTrie* replaceme
 // Whether a replacement is a guard: its value is its key with some bytes
 // blanked ('_') and no other change.
 bool IsGuard(const retTypeBBT* hit);
+bool IsGuard(std::string_view key, const char* value);
 
 // ReplaceMatchStr within `capacity` bytes; drops (frees) the hits from the
 // first one that would not fit.  Returns the number applied.

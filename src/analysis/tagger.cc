@@ -101,7 +101,7 @@ bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 // attributes parsed from the value, the last entry of the value at the head.
 RETTAGS* MakeToken(TokenMemory& m, int32_t startPos, const char* key, int32_t length,
                    const char* value) {
-  TAGATTR** parsed = m.arena() != nullptr ? &m.arena()->Parsed(value) : nullptr;
+  TAGATTR** parsed = m.arena() != nullptr ? m.arena()->Parsed(value) : nullptr;
   if (parsed != nullptr && *parsed != nullptr) return NewToken(m, startPos, key, length, *parsed);
   char area[kTagValueArea];
   const size_t n = strnlen(value, sizeof(area) - 1);

@@ -6,8 +6,8 @@
 #define EXTRACTOR_KR_ANALYSIS_TAGGER_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
-#include <unordered_map>
 #include <vector>
 
 #include "extractor_kr/stages.h"
@@ -30,9 +30,21 @@ class Arena {
   // yet.  Only the arena's tokens share: tokens on the heap own theirs.
   TAGATTR*& Shared(int kind) { return shared_[kind]; }
   // The attributes parsed from a tag value of the trie (by its address in
-  // the trie), shared by every token of that entry; NULL when not parsed
-  // yet.  No stage changes the attributes of a dictionary token.
-  TAGATTR*& Parsed(const char* value) { return parsed_[value]; }
+  // the trie), shared by every token of that entry: a slot holding NULL
+  // when not parsed yet, or NULL itself when the table is full (the value
+  // is then parsed for each token).  No stage changes the attributes of a
+  // dictionary token.
+  TAGATTR** Parsed(const char* value) {
+    size_t k = (reinterpret_cast<uintptr_t>(value) >> 2) % kParsed;
+    for (size_t probes = 0; probes < kParsed; ++probes, k = (k + 1) % kParsed) {
+      if (parsedKey_[k] == value) return &parsedValue_[k];
+      if (parsedKey_[k] == nullptr) {
+        parsedKey_[k] = value;
+        return &parsedValue_[k];
+      }
+    }
+    return nullptr;
+  }
 
  private:
   // The first few kilobytes live in the arena itself, which is enough for
@@ -43,7 +55,11 @@ class Arena {
   size_t left_ = sizeof(first_);
   size_t next_ = 8192;  // the size of the next block; doubles up to 64 KB
   TAGATTR* shared_[3] = {nullptr, nullptr, nullptr};
-  std::unordered_map<const char*, TAGATTR*> parsed_;
+  // An open-addressed table without a single allocation: the values of a
+  // message are a handful, and the common ones of a long text come early.
+  static constexpr size_t kParsed = 128;
+  const char* parsedKey_[kParsed] = {};
+  TAGATTR* parsedValue_[kParsed] = {};
 
   char* Take(size_t n);
 };

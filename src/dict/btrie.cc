@@ -114,15 +114,6 @@ char* CopyBytes(const char* from, size_t n) {
   return out;
 }
 
-retTypeBBT* NewHit(int32_t startPos, const char* key, size_t keyLength,
-                   const char* value) {
-  auto* hit = static_cast<retTypeBBT*>(std::malloc(sizeof(retTypeBBT)));
-  hit->startPos = startPos;
-  hit->text = CopyBytes(key, keyLength);
-  hit->value = CopyBytes(value, std::strlen(value));
-  hit->next = nullptr;
-  return hit;
-}
 
 const char* Label(const BTrie* trie, int32_t node) {
   return trie->pool + trie->labelOffset[node];
@@ -312,6 +303,15 @@ retTypeBBT* ETI_searchBTrie(const BTrie* trie, const char* key, int32_t mode,
 
 namespace eti {
 
+retTypeBBT* NewHitRecord(int32_t startPos, const char* key, size_t keyLength, const char* value) {
+  auto* hit = static_cast<retTypeBBT*>(std::malloc(sizeof(retTypeBBT)));
+  hit->startPos = startPos;
+  hit->text = CopyBytes(key, keyLength);
+  hit->value = CopyBytes(value, std::strlen(value));
+  hit->next = nullptr;
+  return hit;
+}
+
 retTypeBBT* SearchWith(const BTrie* trie, const ChainIndex* index, const char* key, int32_t mode,
                        int32_t startPos, int32_t* matchLen, int32_t* node) {
   int32_t rootNode = 0;
@@ -326,7 +326,7 @@ retTypeBBT* SearchWith(const BTrie* trie, const ChainIndex* index, const char* k
       trie, index, key, *node,
       [&](int32_t length, const char* value) {
         if (mode == 2) {
-          retTypeBBT* hit = NewHit(startPos, key, static_cast<size_t>(length), value);
+          retTypeBBT* hit = NewHitRecord(startPos, key, static_cast<size_t>(length), value);
           hit->next = list;
           list = hit;
         }
@@ -344,7 +344,7 @@ retTypeBBT* SearchWith(const BTrie* trie, const ChainIndex* index, const char* k
     if (mode != 1 || lastValue == nullptr) return nullptr;
   }
   if (matchLen != nullptr) *matchLen = lastLength;
-  return NewHit(startPos, key, static_cast<size_t>(lastLength), lastValue);
+  return NewHitRecord(startPos, key, static_cast<size_t>(lastLength), lastValue);
 }
 
 }  // namespace eti
@@ -353,47 +353,13 @@ extern "C" {
 
 retTypeBBT* ETI_getFullDic(const char* text, const BTrie* trie, int32_t everyByte) {
   if (text == nullptr || text[0] == '\0') return nullptr;
-  const int32_t length = static_cast<int32_t>(std::strlen(text));
   retTypeBBT* head = nullptr;
-  retTypeBBT* tail = nullptr;
-  const eti::ChainIndex* index = eti::IndexOf(trie);
-  int32_t node = 0;
-  int32_t pos = 0;
-  while (pos < length) {
-    if (node == 0 && index != nullptr &&
-        !index->MayStartAtRoot(static_cast<unsigned char>(text[pos]))) {
-      // Nothing starts here: the search would find nothing and leave the
-      // next one at the root.
-      if (everyByte != 0) {
-        ++pos;
-      } else {
-        while (pos < length && text[pos] != '*') ++pos;
-        ++pos;
-      }
-      continue;
-    }
-    int32_t matchLength = 0;
-    retTypeBBT* r = eti::SearchWith(trie, index, text + pos, 1, pos, &matchLength, &node);
-    if (r == ETI_BBT_PREFIX) {
-      // The next search goes on below where this one stopped.
-    } else {
-      if (r != nullptr) {
-        if (tail == nullptr) {
-          head = r;
-        } else {
-          tail->next = r;
-        }
-        tail = r;
-      }
-      node = 0;
-    }
-    if (everyByte != 0) {
-      ++pos;
-    } else {
-      while (pos < length && text[pos] != '*') ++pos;
-      ++pos;
-    }
-  }
+  retTypeBBT** tail = &head;
+  eti::ScanFullDic(trie, eti::IndexOf(trie), text, static_cast<int32_t>(std::strlen(text)),
+                   everyByte != 0, [&](int32_t pos, int32_t length, const char* value) {
+                     *tail = eti::NewHitRecord(pos, text + pos, static_cast<size_t>(length), value);
+                     tail = &(*tail)->next;
+                   });
   return head;
 }
 

@@ -57,6 +57,55 @@ bool WalkKey(const BTrie* trie, const ChainIndex* index, const char* key, int32_
   return false;
 }
 
+// The scan of ETI_getFullDic without making records: at every byte (or,
+// without `everyByte`, after every '*') the longest entry is looked up,
+// going on below where the search before stopped when that one ran out of
+// text inside the trie; onHit(pos, length, value) is called for each entry
+// found, in text order (`value` points into the trie).
+template <typename OnHit>
+void ScanFullDic(const BTrie* trie, const ChainIndex* index, const char* text, int32_t length,
+                 bool everyByte, OnHit&& onHit) {
+  int32_t node = 0;
+  int32_t pos = 0;
+  const auto advance = [&] {
+    if (everyByte) {
+      ++pos;
+    } else {
+      while (pos < length && text[pos] != '*') ++pos;
+      ++pos;
+    }
+  };
+  while (pos < length) {
+    if (node == 0 && index != nullptr &&
+        !index->MayStartAtRoot(static_cast<unsigned char>(text[pos]))) {
+      // Nothing starts here: the search would find nothing and leave the
+      // next one at the root.
+      advance();
+      continue;
+    }
+    const char* lastValue = nullptr;
+    int32_t lastLength = 0, after = 0;
+    const bool usedUp = WalkKey(
+        trie, index, text + pos, node,
+        [&](int32_t l, const char* v) {
+          lastLength = l;
+          lastValue = v;
+        },
+        &after);
+    if (usedUp && lastValue == nullptr) {
+      node = after;  // the text ran out inside the trie: the next search goes on below
+    } else {
+      if (lastValue != nullptr) onHit(pos, lastLength, lastValue);
+      node = 0;
+    }
+    advance();
+  }
+}
+
+// A hit record of the search stages: `keyLength` bytes of `key` and the
+// value, both copied.
+retTypeBBT* NewHitRecord(int32_t startPos, const char* key, size_t keyLength, const char* value);
+
 // ETI_searchBTrie with the chain index to use (may be NULL).
 retTypeBBT* SearchWith(const BTrie* trie, const ChainIndex* index, const char* key, int32_t mode,
                        int32_t startPos, int32_t* matchLen, int32_t* node);

@@ -61,25 +61,24 @@ ChainIndex::ChainIndex(const BTrie* trie) : pool_(trie->pool), labelOffset_(trie
 ChainIndex::ChainIndex(const BTrie* trie, TopOnly)
     : pool_(trie->pool), labelOffset_(trie->labelOffset), topOnly_(true) {
   const int32_t n = NodeCount(trie);
-  if (n == 0) return;
-  topNodes_.reserve(256);  // a chain of distinct leading bytes is no longer
+  size_t count = 0;
   // A chain longer than the trie has a cycle, which the loader refused.
-  for (int32_t m = 0; m >= 0 && m < n && topNodes_.size() <= static_cast<size_t>(n);
-       m = trie->sibling[m]) {
-    // An empty label fits every key: such a chain is left to the scan.
-    if (trie->pool[trie->labelOffset[m]] == '\0') return;
-    topNodes_.push_back(m);
+  for (int32_t m = 0; m >= 0 && m < n; m = trie->sibling[m]) {
+    // An empty label fits every key, and a chain too long for the arrays is
+    // left to the scan.
+    if (count == kTopNodes || trie->pool[trie->labelOffset[m]] == '\0') return;
+    topNodes_[count++] = m;
   }
+  if (count == 0) return;
   // Walking the chain backwards, the latest place seen of each leading byte
   // is the next one of that byte.
-  tables_.assign(256, -1);
-  topNext_.assign(topNodes_.size(), -1);
-  for (size_t p = topNodes_.size(); p-- > 0;) {
+  topTable_.fill(-1);
+  for (size_t p = count; p-- > 0;) {
     const auto lead = static_cast<unsigned char>(trie->pool[trie->labelOffset[topNodes_[p]]]);
-    topNext_[p] = tables_[lead];
-    tables_[lead] = static_cast<int32_t>(p);
+    topNext_[p] = topTable_[lead];
+    topTable_[lead] = static_cast<int32_t>(p);
   }
-  rootTable_ = tables_.data();
+  rootTable_ = topTable_.data();
 }
 
 ScopedChainIndexes::ScopedChainIndexes(const BTrie* const* t, const ChainIndex* const* i, int c)

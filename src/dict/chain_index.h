@@ -9,6 +9,7 @@
 #ifndef EXTRACTOR_KR_DICT_CHAIN_INDEX_H_
 #define EXTRACTOR_KR_DICT_CHAIN_INDEX_H_
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -99,8 +100,12 @@ class ChainIndex {
   // A TopOnly index: the nodes of the top-level chain in order, and for each
   // place the next place whose node has the same leading byte; its table
   // (rootTable_) holds the first place of each leading byte.
+  // Fixed arrays, so that a whole call, which builds one for each of its
+  // tries, allocates nothing for them; a longer chain is left to the scan.
+  static constexpr size_t kTopNodes = 256;
   bool topOnly_ = false;
-  std::vector<int32_t> topNodes_, topNext_;
+  std::array<int32_t, 256> topTable_;
+  std::array<int32_t, kTopNodes> topNodes_, topNext_;
 };
 
 // The chain indexes of the dictionary set that this thread is running on,

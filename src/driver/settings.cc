@@ -1,6 +1,7 @@
 // Settings text: the line reader getLineS and SettingDefaultTime, which
 // fills the per-hour AM/PM defaults and the default century of the pipeline
 // context from the caller's settings text.
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -14,29 +15,43 @@ namespace {
 constexpr int32_t kLineCapacity = 1024;
 constexpr int32_t kHours = 13;
 
-bool IsAnyOf(char c, std::string_view set) {
-  return c != '\0' && set.find(c) != std::string_view::npos;
-}
+// Every whole call reads its settings text, so the reading is kept to a
+// few operations a byte.
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+bool IsSpaceOrTab(char c) { return c == ' ' || c == '\t'; }
 
-int32_t Atoi(std::string_view s) { return std::atoi(std::string(s).c_str()); }
+// The number a value begins with, as atoi reads it (a sign, then digits; 0
+// for none); values past the range of an int are cut to it.
+int32_t Atoi(std::string_view s) {
+  size_t i = 0;
+  bool negative = false;
+  if (i < s.size() && (s[i] == '-' || s[i] == '+')) negative = s[i++] == '-';
+  int64_t n = 0;
+  for (; i < s.size() && s[i] >= '0' && s[i] <= '9'; ++i) {
+    n = n * 10 + (s[i] - '0');
+    if (n > INT32_MAX) n = INT64_C(1) + INT32_MAX;
+  }
+  n = negative ? -n : n;
+  return static_cast<int32_t>(n < INT32_MIN ? INT32_MIN : n > INT32_MAX ? INT32_MAX : n);
+}
 
 // Applies one settings line; `hourSection` tells whether a DEFAULTTIME line
 // has opened the hour lines.
 void ApplyLine(ETS_CONTEXT* ctx, const char* line, bool* hourSection) {
   const char* p = line;
-  while (IsAnyOf(*p, " \t\n\r")) ++p;
+  while (IsBlank(*p)) ++p;
   if (*p == '\0' || *p == '#') return;
 
   const char* keyEnd = p;
-  while (*keyEnd != '\0' && !IsAnyOf(*keyEnd, " \t\n\r")) ++keyEnd;
+  while (*keyEnd != '\0' && !IsBlank(*keyEnd)) ++keyEnd;
   if (*keyEnd == '\0') return;  // a key with nothing after it
   const std::string_view key(p, keyEnd - p);
 
   const char* v = keyEnd;
-  while (IsAnyOf(*v, " \t")) ++v;
+  while (IsSpaceOrTab(*v)) ++v;
   if (*v == '\0' || *v == '\n' || *v == '\r') return;  // no value
   const char* valueEnd = v;
-  while (*valueEnd != '\0' && !IsAnyOf(*valueEnd, " \t\n\r")) ++valueEnd;
+  while (*valueEnd != '\0' && !IsBlank(*valueEnd)) ++valueEnd;
   const std::string_view value(v, valueEnd - v);
 
   if (key == "DEFAULTTIME") {
@@ -80,7 +95,8 @@ char* getLineS(char* line, int32_t capacity, const char* source) {
 
 void SettingDefaultTime(ETS_CONTEXT* context, const char* settings) {
   if (context == nullptr || settings == nullptr) return;
-  char line[kLineCapacity] = {0};
+  char line[kLineCapacity];
+  line[0] = '\0';
   bool hourSection = false;
   size_t offset = 0;
   for (char* end; (end = getLineS(line, kLineCapacity, settings + offset)) != nullptr;) {

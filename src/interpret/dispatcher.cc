@@ -4,8 +4,12 @@
 // units; each unit's tokens go to the handler its name selects; the marker
 // units "Position", "SetRelFlag" and "Duration" make no record but say how
 // the others relate to the reference time.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "dict/btrie.h"
@@ -44,12 +48,6 @@ const UnitEntry* HandlerFor(const char* name) {
   return nullptr;
 }
 
-int32_t Stars(const char* s) {
-  int32_t n = 0;
-  for (; *s != '\0'; ++s) n += *s == '*';
-  return n;
-}
-
 // The value of the first attribute of a unit's first token.
 int32_t FirstValue(const RETTAGS* tokens, int32_t index, int32_t count) {
   if (index < 0 || index >= count || tokens[index].attrs == nullptr) return kUnset;
@@ -63,23 +61,75 @@ int32_t FirstValue(const RETTAGS* tokens, int32_t index, int32_t count) {
 // the group that starts next is chosen, not the one that earned the score;
 // the last group is chosen when it beats the best.  So of two groups the
 // second wins unless neither has a '*'.
-retTypeBBT* ChooseGroup(retTypeBBT* units) {
-  retTypeBBT* chosen = units;
-  retTypeBBT* groupStart = units;
-  int32_t best = 0;
-  int32_t score = 0;
-  for (retTypeBBT* u = units; u != nullptr; u = u->next) {
-    if (u != units && u->startPos == 0) {
+// One unit of a unit sequence as the scan finds it: where it starts in
+// the key, its bytes and its value (in the trie).
+struct UnitHit {
+  int32_t pos;
+  std::string_view text;
+  const char* value;
+};
+
+// The units of a pattern key: every unit sequence at each '*'-joined
+// item, kept from the first that starts at 0 as long as each next one
+// starts where the one before ended; empty unless the last one ends the
+// key.
+std::vector<UnitHit> UnitSequences(const BTrie* unitSeqTrie, std::string_view key) {
+  std::vector<UnitHit> hits;
+  ScanFullDic(unitSeqTrie, IndexOf(unitSeqTrie), key.data(), static_cast<int32_t>(key.size()),
+              false, [&](int32_t pos, int32_t length, const char* value) {
+                hits.push_back({pos, key.substr(static_cast<size_t>(pos), static_cast<size_t>(length)),
+                                value});
+              });
+  int64_t expected = 0;
+  bool kept = false;
+  size_t out = 0;
+  for (const UnitHit& h : hits) {
+    if (h.pos == expected) {
+      expected += static_cast<int64_t>(h.text.size()) + 1;  // and the '*'
+      kept = true;
+      hits[out++] = h;
+    } else if (!kept) {
+      hits[out++] = h;
+    }
+  }
+  hits.resize(out);
+  if (hits.empty() || expected - 1 != static_cast<int64_t>(key.size())) hits.clear();
+  return hits;
+}
+
+// Picks one group of units (each group opens with a unit at position 0) in
+// one forward walk: when a group ends with more '*' than the best so far,
+// the group that starts next is chosen, not the one that earned the score;
+// the last group is chosen when it beats the best.  So of two groups the
+// second wins unless neither has a '*'.  Returns [begin, end) of the group.
+std::pair<size_t, size_t> ChooseGroupOf(const std::vector<UnitHit>& units) {
+  size_t chosen = 0, groupStart = 0;
+  int32_t best = 0, score = 0;
+  for (size_t k = 0; k < units.size(); ++k) {
+    if (k > 0 && units[k].pos == 0) {
       if (score > best) {
         best = score;
-        chosen = u;
+        chosen = k;
       }
       score = 0;
-      groupStart = u;
+      groupStart = k;
     }
-    score += Stars(u->text);
+    score += static_cast<int32_t>(std::count(units[k].text.begin(), units[k].text.end(), '*'));
   }
   if (score > best) chosen = groupStart;
+  size_t end = chosen + 1;
+  while (end < units.size() && units[end].pos != 0) ++end;
+  return {chosen, end};
+}
+
+retTypeBBT* ChooseGroup(retTypeBBT* units) {
+  std::vector<UnitHit> hits;
+  for (const retTypeBBT* u = units; u != nullptr; u = u->next) {
+    hits.push_back({u->startPos, u->text, u->value});
+  }
+  if (hits.empty()) return nullptr;
+  retTypeBBT* chosen = units;
+  for (size_t k = ChooseGroupOf(hits).first; k > 0; --k) chosen = chosen->next;
   return chosen;
 }
 
@@ -88,76 +138,45 @@ retTypeBBT* ChooseGroup(retTypeBBT* units) {
 extern "C" {
 
 retTypeBBT* SearchTagSeq(const BTrie* unitSeqTrie, const char* text) {
-  retTypeBBT* hits = ETI_getFullDic(text, unitSeqTrie, 0);
-  if (!eti::IsHitList(hits)) return nullptr;
-  int64_t expected = 0;
-  bool kept = false;
-  retTypeBBT* prev = nullptr;
-  for (retTypeBBT* h = hits; h != nullptr;) {
-    if (h->startPos == expected) {
-      expected += static_cast<int64_t>(std::strlen(h->text)) + 1;  // and the '*'
-      kept = true;
-      prev = h;
-      h = h->next;
-    } else if (kept) {
-      retTypeBBT* next = h->next;
-      prev->next = next;
-      h->next = nullptr;
-      ETI_free_retTypeBBT(&h);
-      h = next;
-    } else {
-      prev = h;
-      h = h->next;
-    }
+  if (text == nullptr) return nullptr;
+  retTypeBBT* head = nullptr;
+  retTypeBBT** tail = &head;
+  for (const eti::UnitHit& h : eti::UnitSequences(unitSeqTrie, text)) {
+    *tail = eti::NewHitRecord(h.pos, h.text.data(), h.text.size(), h.value);
+    tail = &(*tail)->next;
   }
-  if (expected - 1 == static_cast<int64_t>(std::strlen(text))) return hits;
-  ETI_free_retTypeBBT(&hits);
-  return nullptr;
+  return head;
 }
 
 DTINFO* CalDTStr(const BTrie* unitSeqTrie, RETTAGS* tokens, int32_t count,
                  const retTypeBBT* match) {
   if (!eti::IsHitList(match) || tokens == nullptr || count < 1) return nullptr;
-  retTypeBBT* units = SearchTagSeq(unitSeqTrie, match->text);
-  if (units == nullptr) return nullptr;
-
-  // Cut the chosen group out of the list and free the rest.
-  retTypeBBT* group = eti::ChooseGroup(units);
-  retTypeBBT* groupEnd = group;
-  while (groupEnd->next != nullptr && groupEnd->next->startPos != 0) groupEnd = groupEnd->next;
-  retTypeBBT* after = groupEnd->next;
-  groupEnd->next = nullptr;
-  for (retTypeBBT** link = &units; *link != nullptr;) {
-    if (*link == group) {
-      *link = after;
-      break;
-    }
-    link = &(*link)->next;
-  }
-  ETI_free_retTypeBBT(&units);
-
-  int32_t nodes = 0;
-  for (retTypeBBT* u = group; u != nullptr; u = u->next) ++nodes;
+  const std::vector<eti::UnitHit> units = eti::UnitSequences(unitSeqTrie, match->text);
+  if (units.empty()) return nullptr;
+  const auto [first, last] = eti::ChooseGroupOf(units);
+  const int32_t nodes = static_cast<int32_t>(last - first);
   std::vector<DTINFO*> slots(static_cast<size_t>(nodes), nullptr);
 
   int32_t relValue = eti::kUnset;
   int32_t positionIndex = eti::kUnset;
   int32_t durationValue = eti::kUnset;
   int32_t index = 0;
-  int32_t k = 0;
-  for (retTypeBBT* u = group; u != nullptr; u = u->next, ++k) {
-    const int32_t end = index + DepthOfSeq(u->text);
+  std::string text;  // the unit's key, as the handlers read it
+  for (int32_t k = 0; k < nodes; ++k) {
+    const eti::UnitHit* u = &units[first + static_cast<size_t>(k)];
+    text.assign(u->text);
+    const int32_t end = index + DepthOfSeq(text.c_str());
     // Handlers never see tokens past the match, whatever the dictionaries say.
     const int32_t bounded = end < count ? end : count;
     if (const eti::UnitEntry* h = eti::HandlerFor(u->value)) {
-      slots[k] = h->unit != nullptr ? h->unit(tokens, index, bounded, u->text)
+      slots[k] = h->unit != nullptr ? h->unit(tokens, index, bounded, text.c_str())
                                      : h->marker(tokens, index, bounded);
     } else if (std::strcmp(u->value, "Position") == 0) {
       if (!eti::IsSet(relValue)) {
-        if (std::strcmp(u->text, "After") == 0) {
+        if (text == "After") {
           positionIndex = k;
           relValue = 2;
-        } else if (std::strcmp(u->text, "Before") == 0) {
+        } else if (text == "Before") {
           positionIndex = k;
           relValue = -2;
         }
@@ -179,7 +198,6 @@ DTINFO* CalDTStr(const BTrie* unitSeqTrie, RETTAGS* tokens, int32_t count,
     Free_DTINFO(list);
     list = nullptr;
   }
-  ETI_free_retTypeBBT(&group);
   return list;
 }
 
