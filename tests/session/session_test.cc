@@ -11,7 +11,9 @@
 #include <vector>
 
 #include "common/case_file.h"
+#include "extractor_kr.hpp"
 #include "session/text.h"
+#include "support/code_points.h"
 #include "support/dict_builder.h"
 #include "support/session.h"
 #include "support/temp_dir.h"
@@ -167,12 +169,9 @@ TEST(Session, CharactersCp949CannotHoldAreReadAround) {
   ASSERT_EQ(ekr_results_count(r.get()), 1u);
   const ekr_result* e = ekr_results_at(r.get(), 0);
   EXPECT_EQ(TimeString(e->start), "20240516150000");
-  EXPECT_EQ(e->begin_char, 2);
-  EXPECT_EQ(e->end_char, 10);
-  EXPECT_EQ(e->begin_utf16, 3);
-  EXPECT_EQ(e->end_utf16, 11);
-  EXPECT_EQ(e->begin_byte, 5);
-  EXPECT_EQ(e->end_byte, 23);
+  EXPECT_EQ(std::vector<int32_t>({e->begin_char, e->end_char, e->begin_utf16, e->end_utf16,
+                                  e->begin_byte, e->end_byte}),
+            std::vector<int32_t>({2, 10, 3, 11, 5, 23}));
   EXPECT_STREQ(ekr_results_content(r.get()), "🎉    봐");
 
   // Before, inside and after expressions, in several scripts: the answer is
@@ -184,31 +183,22 @@ TEST(Session, CharactersCp949CannotHoldAreReadAround) {
       "𠀀 7월 13일부터 15일까지 👍🏽", "Ελλάδα 매주 월요일 회의 🇰🇷", "魑魅 5월 20일",
       "日本語テキスト 내일 오전 9시", "🎉🎉🎉",
   };
-  for (const char* text : texts) {
+  for (const std::string text : texts) {
     std::string sessionContent, wholeContent;
     r = SessionExtract(ex.get(), text, ref);
     ASSERT_NE(r, nullptr) << text;
-    const std::string whole = WholeCall(KoreanSet(), WithTabs(text), ref, &wholeContent);
-    EXPECT_EQ(SessionSummary(r.get(), &sessionContent), whole) << text;
-
-    std::u16string utf16;
-    std::vector<std::string> chars;
-    const std::string s = text;
-    for (size_t i = 0; i < s.size();) {
-      const unsigned char c = static_cast<unsigned char>(s[i]);
-      const size_t n = c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : c >= 0xC0 ? 2 : 1;
-      chars.push_back(s.substr(i, n));
-      i += n;
-    }
-    for (size_t i = 0; i < ekr_results_count(r.get()); ++i) {
-      e = ekr_results_at(r.get(), i);
-      if (e->begin_char < 0) continue;
+    EXPECT_EQ(SessionSummary(r.get(), &sessionContent),
+              WholeCall(KoreanSet(), WithTabs(text), ref, &wholeContent))
+        << text;
+    const std::vector<std::string> chars = CodePoints(text);
+    for (const ekr_result& x : ekr::Items(r.get())) {
+      if (x.begin_char < 0) continue;
       std::string byChars;
-      for (int32_t k = e->begin_char; k < e->end_char; ++k) byChars += chars[k];
-      EXPECT_EQ(s.substr(e->begin_byte, e->end_byte - e->begin_byte), byChars) << text;
       int32_t units = 0;
-      for (int32_t k = 0; k < e->begin_char; ++k) units += chars[k].size() == 4 ? 2 : 1;
-      EXPECT_EQ(e->begin_utf16, units) << text;
+      for (int32_t k = x.begin_char; k < x.end_char; ++k) byChars += chars[k];
+      for (int32_t k = 0; k < x.begin_char; ++k) units += chars[k].size() == 4 ? 2 : 1;
+      EXPECT_EQ(text.substr(x.begin_byte, x.end_byte - x.begin_byte), byChars) << text;
+      EXPECT_EQ(x.begin_utf16, units) << text;
     }
   }
 
@@ -262,29 +252,25 @@ TEST(Session, EveryBadInputHasItsStatus) {
   EXPECT_EQ(ekr_extract(ex.get(), nullptr, 1, "202405151030", &r), EKR_ERROR_ARGUMENT);
   EXPECT_EQ(ekr_extract(ex.get(), "x", 1, nullptr, &r), EKR_ERROR_ARGUMENT);
   EXPECT_EQ(ekr_extract(ex.get(), "x", 1, "202405151030", nullptr), EKR_ERROR_ARGUMENT);
-  ASSERT_EQ(ekr_extract(ex.get(), nullptr, 0, "202405151030", &r), EKR_OK);
-  EXPECT_EQ(ekr_results_count(r), 0u);
-  EXPECT_STREQ(ekr_results_content(r), "");
-  EXPECT_EQ(ekr_results_at(r, 0), nullptr);
-  ekr_results_free(r);
+  EXPECT_EQ(ekr_open(nullptr, nullptr), EKR_ERROR_ARGUMENT);
+  EXPECT_EQ(ekr_open_dir(nullptr, nullptr), EKR_ERROR_ARGUMENT);
+  EXPECT_EQ(ekr_open_default(nullptr), EKR_ERROR_ARGUMENT);
   EXPECT_EQ(ekr_results_count(nullptr), 0u);
   EXPECT_STREQ(ekr_results_content(nullptr), "");
   ekr_results_free(nullptr);
   ekr_close(nullptr);
-  EXPECT_EQ(ekr_open(nullptr, nullptr), EKR_ERROR_ARGUMENT);
-  EXPECT_EQ(ekr_open_dir(nullptr, nullptr), EKR_ERROR_ARGUMENT);
-  EXPECT_EQ(ekr_open_default(nullptr), EKR_ERROR_ARGUMENT);
-  for (int s = 0; s <= 7; ++s) {
-    EXPECT_NE(ekr_status_text(static_cast<ekr_status>(s)), nullptr);
-  }
+  for (int s = 0; s <= 7; ++s) EXPECT_NE(ekr_status_text(static_cast<ekr_status>(s)), nullptr);
 
   // Nothing found is a status too, with the text as its content.
-  r = nullptr;
-  const std::string plain = "아무 일 없음, 그냥 인사";
-  ASSERT_EQ(ekr_extract(ex.get(), plain.data(), plain.size(), "202405151030", &r), EKR_OK);
-  EXPECT_EQ(ekr_results_count(r), 0u);
-  EXPECT_EQ(ekr_results_content(r), plain);
-  ekr_results_free(r);
+  for (const std::string plain : {"", "아무 일 없음, 그냥 인사"}) {
+    ASSERT_EQ(ekr_extract(ex.get(), plain.empty() ? nullptr : plain.data(), plain.size(),
+                          "202405151030", &r),
+              EKR_OK);
+    EXPECT_EQ(ekr_results_count(r), 0u);
+    EXPECT_EQ(ekr_results_content(r), plain);
+    EXPECT_EQ(ekr_results_at(r, 0), nullptr);
+    ekr_results_free(r);
+  }
 }
 
 TEST(Session, OpenChecksEveryBlobOnce) {
