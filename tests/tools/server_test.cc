@@ -23,6 +23,7 @@
 #include "dict/file_util.h"
 #include "common/form.h"
 #include "extractor_kr.hpp"
+#include "server/http_server.h"
 #include "support/http_client.h"
 #include "support/session.h"
 #include "support/code_points.h"
@@ -261,9 +262,9 @@ TEST(Server, ErrorsAndQueriesOverHttp) {
 // Python's urllib does, without "Expect: 100-continue") gets the 413, not
 // a connection closed under it.
 TEST(Server, ABodyOverTheLimitSentWholeIsAnswered413) {
-  for (int round = 0; round < 3; ++round) {
+  for (const size_t size : {server::kMaxBody + 1, size_t{2} << 20, server::kMaxDrained}) {
     HttpConnection c(SharedServer().port());
-    const std::string body = "text=" + std::string((size_t{2} << 20) - 5, 'a');
+    const std::string body = "text=" + std::string(size - 5, 'a');
     ASSERT_TRUE(c.Send("POST /parse HTTP/1.1\r\nHost: x\r\nContent-Type: "
                        "application/x-www-form-urlencoded\r\nContent-Length: " +
                        std::to_string(body.size()) + "\r\n\r\n"));
@@ -272,9 +273,10 @@ TEST(Server, ABodyOverTheLimitSentWholeIsAnswered413) {
     ASSERT_TRUE(c.Send(body)) << "the server closed the connection before the body was sent";
     HttpReply reply;
     ASSERT_TRUE(c.Read(&reply));
-    EXPECT_EQ(reply.status, 413);
+    EXPECT_EQ(reply.status, 413) << size;
+    EXPECT_EQ(reply.headers.count("connection") ? reply.headers.at("connection") : "", "close");
     EXPECT_EQ(json::parse(reply.body)["error"], "body: more than 1048576 bytes");
-    EXPECT_TRUE(c.ClosedWithin(5000));
+    EXPECT_TRUE(c.ClosedWithin(5000)) << size;
   }
 }
 
