@@ -238,13 +238,10 @@ TEST(Options, ThePastPreferredPlacesOpenDatesBeforeTheReference) {
 // Whether a text holds a word for the future, a year, or a word that places
 // its date itself (this month, today ...), or a span.
 bool PlacesItsOwnDate(const std::string& t) {
-  static const char* const words[] = {
-      "내일", "낼", "모레", "글피", "다음", "담주", "담달", "오는", "내년", "명년", "내후년",
-      "후에", "후 ", "뒤", "이따", "나중", "향후", "앞으로", "내달", "익월", "익일",
-      "차주", "부터", "까지", "~", "-", "매", "안에", "내로", "이내", "중으로",
-      "중에", "말", "주말", "이번", "오늘", "금일", "이달", "올", "금년", "금주",
-      "천구백", "이천", "'"};
-  for (const char* w : words) {
+  for (const char* w : {"내일", "낼", "모레", "글피", "다음", "담주", "담달", "오는", "내년", "명년", "내후년", "후에", "후 ",
+                        "뒤", "이따", "나중", "향후", "앞으로", "내달", "익월", "익일", "차주", "부터", "까지",
+                        "~", "-", "매", "안에", "내로", "이내", "중으로", "중에", "말", "주말", "이번", "오늘",
+                        "금일", "이달", "올", "금년", "금주", "천구백", "이천", "'"}) {
     if (t.find(w) != std::string::npos) return true;
   }
   if (t.size() >= 3 && t.compare(t.size() - 3, 3, "후") == 0) return true;

