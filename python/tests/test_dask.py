@@ -35,16 +35,6 @@ def test_a_cluster_gives_what_one_process_gives(client):
     assert set(opened.values()) <= {0, 1} and sum(opened.values()) >= 1
 
 
-def test_a_dataframe_column(client):
-    pd = pytest.importorskip("pandas")
-    dd = pytest.importorskip("dask.dataframe")
-    texts = [t for _, t in corpus()][:60]
-    frame = dd.from_pandas(pd.DataFrame({"text": texts}), npartitions=4)
-    got = ekd.extract_column(frame["text"], REF).compute().tolist()
-    with Extractor() as ex:
-        assert got == [ex.extract(t, REF) for t in texts]
-
-
 @pytest.mark.parametrize("options", [
     dict(prefer="past", years=(1900, 2099)),
     dict(rules="whole-call"),
@@ -72,10 +62,6 @@ def test_bad_options_are_refused_where_the_graph_is_made():
         ekd.extract(bag, friday, years=(900, 1900))
     with pytest.raises(ValueError, match="^the whole call's rules prefer the future only$"):
         ekd.extract(bag, friday, rules="whole-call", prefer="past")
-    with pytest.raises(ValueError, match="'future' or 'past'"):
-        ekd.extract(bag, friday, prefer="later")
-    with pytest.raises(ValueError, match="'reader' or 'whole-call'"):
-        ekd.extract(bag, friday, rules="native")
     with pytest.raises(TypeError):
         ekd.extract(bag, "202405241030")
     pd = pytest.importorskip("pandas")

@@ -21,11 +21,11 @@ static int failures = 0;
 int main(void) {
   static const char empty_blob[9] = {0};
   TYPED_RESULT* results = NULL;
-  DTINFO* ref;
+  DTINFO* ref = ConvStrToDTINFO("202405151030");
   char when[15];
   int32_t date[3] = {2014, 13, 1};
   int32_t time[3] = {10, 0, 0};
-  char* revalidated;
+  char* revalidated = dateTimeRevalidate(date, time);
   ETI_TM tm;
 
   CHECK(sizeof(ETI_TM) == 9 * sizeof(int32_t));
@@ -35,25 +35,16 @@ int main(void) {
   ETI_FreeTypedResults(results);
   CHECK(ETI_Main("hello", &results, "204401010000", "", empty_blob, empty_blob,
                  empty_blob, empty_blob, "") == -1);
-
-  ref = ConvStrToDTINFO("202405151030");
-  CHECK(ref != NULL);
-  CHECK(DT2Char(ref, when) == 1);
-  CHECK(strcmp(when, "20240515103000") == 0);
-  CHECK(ref->weekday == 3);
-  CHECK(ref->spanKind == ETI_UNSET);
+  CHECK(ref != NULL && DT2Char(ref, when) == 1 && strcmp(when, "20240515103000") == 0);
+  CHECK(ref->weekday == 3 && ref->spanKind == ETI_UNSET);
   CHECK(Free_DTINFO(ref) == 1);
-
-  revalidated = dateTimeRevalidate(date, time);
   CHECK(strcmp(revalidated, "20150101100000") == 0);
   free(revalidated);
-
   memset(&tm, 0, sizeof tm);
   tm.tm_year = 124;
   tm.tm_mday = 1;
   CHECK(date2Sec(&tm) == 1704034800);
-  CHECK(LastDayOfMonth(2100, 2) == 28);
-  CHECK(DepthOfSeq("NUM*YUnit") == 2);
+  CHECK(LastDayOfMonth(2100, 2) == 28 && DepthOfSeq("NUM*YUnit") == 2);
   CHECK(charIndex("a\xB3\xBB" "b", 3) == 2);
 
   /* The session API from C: a lunar date is flagged and given as the solar

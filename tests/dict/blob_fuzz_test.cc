@@ -3,7 +3,6 @@
 // Run under the sanitizers, any stray access fails the test.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstring>
 #include <random>
 #include <string>
@@ -110,7 +109,7 @@ void SearchEverything(BTrie* trie, std::mt19937* rng) {
   }
 }
 
-TEST(BlobSafety, MutatedAndRandomBlobsNeverEscape) {
+TEST(BlobSafety, MutatedBlobsNeverEscape) {
   const std::string seeds[] = {
       CompileTrie(DictKind::kReplace, "a\tA\nab\tAB\nabc\tABC\n내일\t1\n내일모레\t2\n"),
       CompileTrie(DictKind::kTag, "시\tHour\n오후\tPM\n월\tMUnit,Month[3]\n"),
@@ -143,27 +142,9 @@ TEST(BlobSafety, MutatedAndRandomBlobsNeverEscape) {
     SearchEverything(trie, &rng);
     ETI_freeBTrie(trie);
   }
-  // Random blobs of honest size: the header's claim matches the bytes.
-  for (int round = 0; round < 4000; ++round) {
-    const uint32_t n = rng() % 6;
-    const uint32_t s = rng() % 24;
-    std::string blob(8 + 12 * n + s, '\0');
-    PutU32(&blob, 0, n);
-    PutU32(&blob, 4, s);
-    for (size_t i = 8; i < 8 + 12 * n; i += 4) {
-      PutU32(&blob, i, rng() % 3 == 0 ? 0xFFFFFFFF : rng() % (n + s + 2));
-    }
-    for (size_t i = 8 + 12 * n; i < blob.size(); ++i) {
-      blob[i] = "ab\0\xB3*"[rng() % 5];
-    }
-    BTrie* trie = nullptr;
-    ETI_initEmptyBTrie(&trie);
-    if (ETI_loadBTrie(trie, blob.data()) == 0) ++accepted;
-    SearchEverything(trie, &rng);
-    ETI_freeBTrie(trie);
-  }
-  std::printf("%d of 10000 blobs accepted\n", accepted);
-  EXPECT_GT(accepted, 1000);  // plenty of the blobs were sound enough to search
+  // Plenty of the blobs were sound enough to search.  (Random blobs of
+  // honest size are the blob fuzz target's.)
+  EXPECT_GT(accepted, 1000);
 }
 
 }  // namespace

@@ -93,30 +93,6 @@ TEST(NewType, CharacterPositionsOfTheMarkedBytes) {
   }
 }
 
-TEST(NewType, CopiesTimesFlagsAndTypes) {
-  Result a(4, 0, 1), b(4, 1, 2);
-  a.node.next = &b.node;
-  a.node.startFlags[0] = 1;
-  a.node.startFlags[1] = 1;
-  b.node.spanFlag = 1;
-  b.node.endFlags[2] = 1;
-  TYPED_RESULT* t = newType(&a.node, "abcd", 4);
-  ASSERT_NE(t, nullptr);
-  ASSERT_NE(t->next, nullptr);
-  EXPECT_EQ(t->next->next, nullptr);
-  EXPECT_EQ(std::string(t->countryCode, 2), "KR");
-  EXPECT_EQ(t->resultType, 1);
-  EXPECT_EQ(t->next->resultType, 2);
-  EXPECT_STREQ(t->startTime, "20240515150000");
-  EXPECT_STREQ(t->next->endTime, "FFFFFFFFFFFFFF");
-  EXPECT_EQ(t->inputInformStart[0], 1);
-  EXPECT_EQ(t->inputInformStart[2], 0);
-  EXPECT_EQ(t->next->inputInformEnd[2], 1);
-  EXPECT_EQ(t->content, nullptr);
-  ETI_FreeTypedResults(t);
-  EXPECT_EQ(newType(nullptr, "abcd", 4), nullptr);
-}
-
 TEST(NewType, CycleFromTheFirstRepeatFlagSet) {
   const struct {
     uint8_t flags[5];

@@ -32,14 +32,9 @@ public final class ExtractorKrSoak {
   public static void main(String[] args) throws Exception {
     String dir = args[0];
     int callsPerThread = Integer.parseInt(args[1]);
-    byte[][] dicts = {
-      Files.readAllBytes(Paths.get(dir, "settings.txt")),
-      Files.readAllBytes(Paths.get(dir, "replace.bin")),
-      Files.readAllBytes(Paths.get(dir, "tags.bin")),
-      Files.readAllBytes(Paths.get(dir, "patterns.bin")),
-      Files.readAllBytes(Paths.get(dir, "units.bin")),
-      Files.readAllBytes(Paths.get(dir, "words.dic")),
-    };
+    byte[][] dicts = new byte[6][];
+    String[] files = {"settings.txt", "replace.bin", "tags.bin", "patterns.bin", "units.bin", "words.dic"};
+    for (int k = 0; k < 6; k++) dicts[k] = Files.readAllBytes(Paths.get(dir, files[k]));
     List<byte[]> texts = new ArrayList<>();
     List<String> refs = new ArrayList<>();
     for (int a = 2; a < args.length; a++) {
@@ -51,17 +46,12 @@ public final class ExtractorKrSoak {
       }
     }
     ExtractorKr extractor = new ExtractorKr();
+    java.util.function.IntFunction<byte[]> call = k -> extractor.getTimeInfo_native(
+        texts.get(k), dicts[0], dicts[1], dicts[2], dicts[3], dicts[4], dicts[5], refs.get(k));
     List<byte[]> expected = new ArrayList<>();
-    for (int i = 0; i < texts.size(); i++) {
-      expected.add(extractor.getTimeInfo_native(texts.get(i), dicts[0], dicts[1], dicts[2],
-          dicts[3], dicts[4], dicts[5], refs.get(i)));
-    }
+    for (int i = 0; i < texts.size(); i++) expected.add(call.apply(i));
     // Warm up, then measure.
-    for (int i = 0; i < 5 * texts.size(); i++) {
-      int k = i % texts.size();
-      extractor.getTimeInfo_native(texts.get(k), dicts[0], dicts[1], dicts[2], dicts[3],
-          dicts[4], dicts[5], refs.get(k));
-    }
+    for (int i = 0; i < 5 * texts.size(); i++) call.apply(i % texts.size());
     System.gc();
     long before = residentKiB();
     long start = System.nanoTime();
@@ -74,9 +64,7 @@ public final class ExtractorKrSoak {
       futures.add(pool.submit(() -> {
         for (int c = 0; c < callsPerThread; c++) {
           int k = (c + offset) % texts.size();
-          byte[] got = extractor.getTimeInfo_native(texts.get(k), dicts[0], dicts[1], dicts[2],
-              dicts[3], dicts[4], dicts[5], refs.get(k));
-          if (!java.util.Arrays.equals(got, expected.get(k))) mismatches.incrementAndGet();
+          if (!java.util.Arrays.equals(call.apply(k), expected.get(k))) mismatches.incrementAndGet();
           calls.incrementAndGet();
         }
       }));

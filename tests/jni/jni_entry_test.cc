@@ -120,40 +120,35 @@ class FakeJvm : public testing::Test {
   std::vector<std::unique_ptr<FakeString>> strings_;
 };
 
-TEST_F(FakeJvm, EmptyTextGivesNullAndReleasesWhatItTook) {
+TEST_F(FakeJvm, BadArgumentsAreAnsweredAndReleaseWhatTheyTook) {
   bool isNull = false;
+  // An empty or missing text: a null reference.
   Call(Array(""), String("202405151030"), &isNull);
   EXPECT_TRUE(isNull);
   Call(nullptr, String("202405151030"), &isNull);
   EXPECT_TRUE(isNull);
-}
-
-TEST_F(FakeJvm, RejectedReferenceGivesEmptyArray) {
-  bool isNull = true;
-  EXPECT_EQ(Call(Array("hello"), String("204401010000"), &isNull), "[]");
-  EXPECT_FALSE(isNull);
-  EXPECT_EQ(Call(Array("hello"), String(""), &isNull), "[]");
-  EXPECT_EQ(Call(Array("hello"), nullptr, &isNull), "[]");
-}
-
-TEST_F(FakeJvm, ValidCallAnswersAnArray) {
-  bool isNull = true;
-  EXPECT_EQ(Call(Array("\xB3\xBB\xC0\xCF 3\xBD\xC3"), String("202405151030"), &isNull),
-            "[]");
-  EXPECT_FALSE(isNull);
-}
-
-TEST_F(FakeJvm, ShortOrOverclaimingBlobsAndNullArraysAreSafe) {
-  bool isNull = true;
-  // Shorter than a header, and a header claiming more than the array holds.
-  EXPECT_EQ(Call(Array("x"), String("202405151030"), &isNull, Array("ab")), "[]");
   std::string claim(8, '\0');
   claim[0] = 5;
-  EXPECT_EQ(Call(Array("x"), String("202405151030"), &isNull, Array(claim)), "[]");
-  jbyteArray out =
-      Java_zelk_tarn_tm_wisp_service_entity_ExtractorKr_getTimeInfo_1native(
-          &env_, nullptr, Array("x"), nullptr, nullptr, nullptr, nullptr,
-          nullptr, nullptr, String("202405151030"));
+  const struct {
+    jbyteArray text;
+    jstring ref;
+    jbyteArray blob;  // nullptr: empty tries
+  } cases[] = {
+      {Array("hello"), String("204401010000"), nullptr},  // a rejected reference
+      {Array("hello"), String(""), nullptr},
+      {Array("hello"), nullptr, nullptr},
+      {Array("\xB3\xBB\xC0\xCF 3\xBD\xC3"), String("202405151030"), nullptr},  // nothing found
+      {Array("x"), String("202405151030"), Array("ab")},  // shorter than a header
+      {Array("x"), String("202405151030"), Array(claim)},  // claiming more than it holds
+  };
+  for (const auto& c : cases) {
+    isNull = true;
+    EXPECT_EQ(Call(c.text, c.ref, &isNull, c.blob), "[]");
+    EXPECT_FALSE(isNull);
+  }
+  jbyteArray out = Java_zelk_tarn_tm_wisp_service_entity_ExtractorKr_getTimeInfo_1native(
+      &env_, nullptr, Array("x"), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+      String("202405151030"));
   ASSERT_NE(out, nullptr);
   EXPECT_EQ(std::string(A(out)->bytes.begin(), A(out)->bytes.end()), "[]");
 }

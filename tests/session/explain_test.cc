@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
-#include <cstdio>
 #include <string>
 
 #include "dict/file_util.h"
@@ -17,18 +16,6 @@ namespace {
 
 using nlohmann::json;
 
-std::string TimeOf(const ekr_moment& m) {
-  const int fields[6] = {m.year, m.month, m.day, m.hour, m.minute, m.second};
-  std::string out;
-  for (int k = 0; k < 6; ++k) {
-    const int width = k == 0 ? 4 : 2;
-    char buf[8];
-    std::snprintf(buf, sizeof(buf), "%0*d", width, fields[k]);
-    out += fields[k] < 0 ? std::string(static_cast<size_t>(width), 'F') : std::string(buf);
-  }
-  return out;
-}
-
 // The results as the trace writes them: text, start, end of a span, cycle.
 json ResultsOf(const ekr_results* r, const std::string& text) {
   json out = json::array();
@@ -36,8 +23,8 @@ json ResultsOf(const ekr_results* r, const std::string& text) {
     json j = {{"text", e.begin_byte >= 0 ? text.substr(static_cast<size_t>(e.begin_byte),
                                                        static_cast<size_t>(e.end_byte - e.begin_byte))
                                          : ""},
-              {"start", TimeOf(e.start)}};
-    if (e.is_span != 0) j["end"] = TimeOf(e.end);
+              {"start", TimeString(e.start)}};
+    if (e.is_span != 0) j["end"] = TimeString(e.end);
     if (e.cycle != EKR_CYCLE_NONE) {
       j["cycle"] = static_cast<int>(e.cycle);
       j["every"] = e.cycle_interval;

@@ -14,6 +14,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 
 namespace eti::testing {
 
@@ -69,25 +70,19 @@ bool HttpConnection::Read(HttpReply* reply, bool head, int timeoutMs) {
   while ((end = buffer_.find("\r\n\r\n")) == std::string::npos) {
     if (!Fill(fd_, &buffer_, timeoutMs)) return false;
   }
-  const std::string header = buffer_.substr(0, end);
+  std::istringstream header(buffer_.substr(0, end));
   buffer_.erase(0, end + 4);
-  size_t line = header.find("\r\n");
-  const std::string status = header.substr(0, line);
-  if (status.size() < 12 || status.compare(0, 5, "HTTP/") != 0) return false;
-  reply->status = std::atoi(status.c_str() + 9);
-  while (line != std::string::npos) {
-    const size_t next = header.find("\r\n", line + 2);
-    const std::string h = header.substr(line + 2, next == std::string::npos ? std::string::npos
-                                                                             : next - line - 2);
-    const size_t colon = h.find(':');
-    if (colon != std::string::npos) {
-      std::string name = h.substr(0, colon);
-      for (char& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-      size_t v = colon + 1;
-      while (v < h.size() && h[v] == ' ') ++v;
-      reply->headers[name] = h.substr(v);
-    }
-    line = next;
+  std::string line;
+  std::getline(header, line);
+  if (line.size() < 12 || line.compare(0, 5, "HTTP/") != 0) return false;
+  reply->status = std::atoi(line.c_str() + 9);
+  while (std::getline(header, line)) {
+    const size_t colon = line.find(':');
+    if (colon == std::string::npos) continue;
+    std::string name = line.substr(0, colon);
+    for (char& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    const size_t v = line.find_first_not_of(' ', colon + 1);
+    reply->headers[name] = v == std::string::npos ? "" : line.substr(v, line.find_last_not_of('\r') - v + 1);
   }
   const auto length = reply->headers.find("content-length");
   const size_t n = head || length == reply->headers.end() ? 0 : std::stoul(length->second);
@@ -124,9 +119,7 @@ HttpReply HttpConnection::Post(const std::string& path, const std::string& body,
 
 HttpReply HttpConnection::Get(const std::string& path) {
   HttpReply reply;
-  if (!Send("GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n") || !Read(&reply)) {
-    reply.status = -1;
-  }
+  if (!Send("GET " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n") || !Read(&reply)) reply.status = -1;
   return reply;
 }
 

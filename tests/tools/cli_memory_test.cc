@@ -90,9 +90,11 @@ void ExpectLibraryAnswer(const nlohmann::json& answer, const std::string& text) 
   for (size_t k = 0; k < want.items.size(); ++k) {
     const auto& got = answer["results"][k];
     const ekr_result& e = want.items[k];
-    ASSERT_EQ(got.at("beginIndex").get<std::string>(), std::to_string(e.begin_char)) << k;
-    ASSERT_EQ(got.at("endIndex").get<std::string>(), std::to_string(e.end_char)) << k;
-    ASSERT_EQ(got.at("startTime").get<std::string>(), session::TimeString(e.start)) << k;
+    ASSERT_EQ(got.at("beginIndex").get<std::string>() + "-" + got.at("endIndex").get<std::string>() +
+                  " " + got.at("startTime").get<std::string>(),
+              std::to_string(e.begin_char) + "-" + std::to_string(e.end_char) + " " +
+                  session::TimeString(e.start))
+        << k;
     ASSERT_FALSE(got.contains("content")) << k;
   }
   EXPECT_EQ(answer.at("content").get<std::string>(), want.content);

@@ -1,7 +1,8 @@
 // The HTTP side of the time service in process, with handlers of the
-// test's own over real sockets of 127.0.0.1: what reaches a handler, the
-// body limit and the 413 a client sees however it sends its body, and a
-// handler that throws.
+// test's own over real sockets of 127.0.0.1: what reaches a handler (the
+// query decoded as a form is), the body limit and the 413 a client sees
+// however it sends its body (sent whole: server_test.cc), and a handler that
+// throws.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -19,30 +20,6 @@ namespace {
 
 using testing::HttpConnection;
 using testing::HttpReply;
-
-TEST(DecodeQuery, PairsAreDecodedAsAFormsAre) {
-  const struct {
-    Fields sent;
-    Fields want;
-  } cases[] = {
-      {{{"text", "%EB%82%B4%EC%9D%BC+3%EC%8B%9C"}}, {{"text", "내일 3시"}}},
-      {{{"a%20b", "c%2Bd"}, {"", ""}}, {{"a b", "c+d"}, {"", ""}}},
-      {{{"tz", "Asia%2FSeoul"}, {"tz", "UTC"}}, {{"tz", "Asia/Seoul"}, {"tz", "UTC"}}},
-      {{}, {}},
-  };
-  for (const auto& c : cases) {
-    Fields got = {{"left", "over"}};
-    std::string problem;
-    EXPECT_TRUE(DecodeQuery(c.sent, &got, &problem));
-    EXPECT_EQ(got, c.want);
-  }
-  for (const Fields& bad : {Fields{{"text", "%E"}}, Fields{{"%G0", "x"}}, Fields{{"a", "b%"}}}) {
-    Fields got;
-    std::string problem;
-    EXPECT_FALSE(DecodeQuery(bad, &got, &problem)) << bad[0].first << "=" << bad[0].second;
-    EXPECT_NE(problem.find("malformed percent-encoding"), std::string::npos) << problem;
-  }
-}
 
 // A server of the test's own: it answers what it was given, throws on
 // /throw, and throws something that is no exception class on /int.
@@ -109,35 +86,6 @@ TEST_F(Echo, ABodyOfTheLimitIsReadAndOneByteMoreIsNot) {
   EXPECT_EQ(over.status, 413);
   EXPECT_EQ(over.body, "{\"error\":\"body: more than 1048576 bytes\"}\n");
   EXPECT_EQ(over.headers.at("content-type"), "application/json");
-}
-
-// What a client that writes its whole body before it reads (Python's
-// urllib, without "Expect: 100-continue") does: the headers, then the body
-// in one write once the server has seen them.
-HttpReply SendWholeBody(uint16_t port, size_t size, bool* closed) {
-  HttpConnection c(port);
-  HttpReply reply;
-  reply.status = -1;
-  if (!c.Send("POST /parse HTTP/1.1\r\nHost: h\r\nContent-Type: "
-              "application/x-www-form-urlencoded\r\nContent-Length: " +
-              std::to_string(size) + "\r\n\r\n")) {
-    return reply;
-  }
-  std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  if (!c.Send(std::string(size, 'a')) || !c.Read(&reply)) reply.status = -1;
-  *closed = c.ClosedWithin(5000);
-  return reply;
-}
-
-TEST_F(Echo, ABodySentWholeOverTheLimitIsAnswered413ThenClosed) {
-  for (const size_t size : {kMaxBody + 1, size_t{2} << 20, kMaxDrained}) {
-    bool closed = false;
-    const HttpReply reply = SendWholeBody(port(), size, &closed);
-    EXPECT_EQ(reply.status, 413) << size;
-    EXPECT_EQ(reply.headers.count("connection") ? reply.headers.at("connection") : "", "close")
-        << size;
-    EXPECT_TRUE(closed) << size;
-  }
 }
 
 TEST_F(Echo, AClientThatWaitsToSendIsRefusedBeforeItSends) {
