@@ -23,8 +23,10 @@ constexpr int32_t kNone = -1;
 // early exits so that it runs over whole vectors of nodes at a time: every
 // whole call checks its four blobs so, and the vectorised loop takes a
 // fraction of the time of the plain one (with AVX2, where the processor has
-// it, a tenth).
-#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
+// it, a tenth).  The sanitizers' runtimes are not ready when the loader
+// runs the clone's resolver, so their builds keep the one plain version.
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) && \
+    !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)
 __attribute__((target_clones("avx2", "default"), optimize("O3")))
 #elif defined(__GNUC__) && !defined(__clang__)
 __attribute__((optimize("O3")))
