@@ -266,10 +266,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       // Every moment is one the calendar has, inside the rules' years.
       if (!InRange(e->start, first, last) || !InRange(e->end, first, last)) std::abort();
     }
-    // The content keeps or drops whole characters: a replacement character
-    // in it that the text did not hold is a character cut in two.
+    // The reader's content keeps or drops whole characters: a replacement
+    // character in it that the text did not hold is a character cut in two.
+    // (The whole call's content is the native one, compared below.)
     static const std::string kReplacement = "\xEF\xBF\xBD";
-    if (text.find(kReplacement) == std::string::npos &&
+    if (rules == EKR_RULES_READER && text.find(kReplacement) == std::string::npos &&
         std::string(ekr_results_content(r)).find(kReplacement) != std::string::npos) {
       std::abort();
     }

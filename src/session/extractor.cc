@@ -321,6 +321,22 @@ std::string ReferenceProblem(const std::string& ref, const ReadingRules& rules) 
          ", months 1..12, days 1..31, hours 0..24, minutes 0..60";
 }
 
+// A result found inside a replacement's value (8일 of 어버이날, read as
+// 5월8일) maps back onto bytes of the text that need not end where its
+// characters do; the whole call's content then keeps half a character.  The
+// reader's content keeps or drops whole characters: one with a byte removed
+// goes.
+void RemoveWholeCharacters(const std::string& cp949, std::string* map) {
+  for (size_t b = 0; b + 1 < cp949.size() && b + 1 < map->size();) {
+    if (static_cast<unsigned char>(cp949[b]) < 0x80) {
+      ++b;
+      continue;
+    }
+    if ((*map)[b] != '0' || (*map)[b + 1] != '0') (*map)[b] = (*map)[b + 1] = '1';
+    b += 2;
+  }
+}
+
 }  // namespace
 
 Status Extractor::Extract(std::string_view text, std::string_view reference,
@@ -415,8 +431,9 @@ Status Extractor::Extract(std::string_view text, std::string_view reference,
     position(chars[2 * k + 1], &e.end_byte, &e.end_char, &e.end_utf16);
   }
   out->items = std::move(items);
-  out->content =
-      KeptUtf8(text, engineText, RemovalMap(cp949, length, found, words_, wordIndex_.get()));
+  std::string removal = RemovalMap(cp949, length, found, words_, wordIndex_.get());
+  if (rules.reader) RemoveWholeCharacters(engineText.cp949, &removal);
+  out->content = KeptUtf8(text, engineText, removal);
   return {};
 }
 
