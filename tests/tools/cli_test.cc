@@ -227,6 +227,8 @@ TEST(Cli, RefusesWhatItCannotReadWithAClearMessage) {
       {{"--jsonl"}, "{\"text\": 3}\n", 1, "line 1: no \"text\" string"},
       {{"--jsonl"}, "{\"text\": \"\\ud800\"}\n", 1, "line 1: not JSON: parse error at line 1"},
       {{"--jsonl"}, "[1, 2]\n", 1, "line 1: not a JSON object"},
+      {{"--jsonl"}, "{\"text\": \"3시\", \"id\": 1e999}\n", 1,
+       "line 1: not JSON: number overflow parsing '1e999'"},
       {{"--jsonl"}, "{\"text\": \"3시\", \"ref\": 2024.5}\n", 1, "line 1: \"ref\" is neither"},
       {{"--jsonl"}, "{\"text\": \"3시\", \"ref\": \"204401010000\", \"rules\": \"whole-call\"}\n",
        1, "line 1: reference 204401010000 is outside years 1970..2043"},

@@ -427,8 +427,9 @@ bool ParseLine(const std::string& line, std::string* text, std::string* ref, Jso
   Json j;
   try {
     j = Json::parse(line);
-  } catch (const Json::parse_error& e) {
-    // "[json.exception.parse_error.101] parse error at line 1, column 3: ..."
+  } catch (const Json::exception& e) {
+    // "[json.exception.parse_error.101] parse error at line 1, column 3: ...",
+    // or a number past a double ("[json.exception.out_of_range.406] ...").
     const std::string what = e.what();
     const size_t at = what.find("] ");
     *problem = "not JSON: " + (at == std::string::npos ? what : what.substr(at + 2));
