@@ -217,6 +217,16 @@ TEST(Cli, CharactersOfAnyScriptPassThrough) {
       << table.out;
 }
 
+// --raw converts with the system's CP949 converter; a system without one
+// (an aarch64 sysroot under qemu-user carries none) refuses it in words,
+// and the tests of --raw have nothing to run on.
+static bool HasCp949Converter() {
+  static const bool has =
+      Cli({"--raw", "--ref", "202405151030", "3시"}).err.find("no CP949 converter") ==
+      std::string::npos;
+  return has;
+}
+
 TEST(Cli, RefusesWhatItCannotReadWithAClearMessage) {
   const struct {
     std::vector<std::string> args;
@@ -249,6 +259,10 @@ TEST(Cli, RefusesWhatItCannotReadWithAClearMessage) {
       {{"--dict", "/nonexistent", "3시"}, "", 2, "--dict: /nonexistent: no dictionaries"},
   };
   for (const auto& c : cases) {
+    if (!HasCp949Converter() &&
+        std::find(c.args.begin(), c.args.end(), "--raw") != c.args.end()) {
+      continue;
+    }
     const CliRun r = Cli(c.args, c.input);
     EXPECT_EQ(r.status, c.status) << c.message;
     EXPECT_NE(r.err.find(c.message), std::string::npos) << "stderr: " << r.err;
@@ -261,9 +275,12 @@ TEST(Cli, RefusesWhatItCannotReadWithAClearMessage) {
 }
 
 TEST(Cli, RawTableAndSourceDictionaries) {
-  const CliRun raw = Cli({"--raw", "--ref", "202405151030", "3시"});
-  EXPECT_EQ(raw.out.rfind("[{\"resultType\":\"1\",\"startTime\":\"20240515150000\"", 0), 0u)
-      << raw.out;
+  if (HasCp949Converter()) {
+    const CliRun raw = Cli({"--raw", "--ref", "202405151030", "3시"});
+    EXPECT_EQ(raw.out.rfind("[{\"resultType\":\"1\",\"startTime\":\"20240515150000\"", 0),
+              0u)
+        << raw.out;
+  }
   const CliRun table = Cli({"--table", "--ref", "202405151030", "다음 주 화요일 10시 회의, 금요일까지"});
   EXPECT_NE(table.out.find("다음 주 화요일 10시  ->  2024-05-21 10:00"), std::string::npos) << table.out;
   // The reader rules read the Friday on its own terms, the whole call's in
