@@ -42,7 +42,7 @@ step "ThreadSanitizer build, threaded tests"
 cmake -S . -B build/tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DEXTRACTOR_KR_SANITIZE=thread \
   -DEXTRACTOR_KR_BENCH=OFF -DEXTRACTOR_KR_JAVA=OFF >/dev/null
 cmake --build build/tsan -j"$jobs" --target threads_test calendar_test server_test \
-  server_duckling_test extractor-kr-server
+  server_duckling_test extractor-kr-server tools_test
 (cd build/tsan && TSAN_OPTIONS=halt_on_error=1 ctest --output-on-failure -L threads)
 
 step "aarch64 cross build, tests under qemu-user"

@@ -206,6 +206,33 @@ TEST(Cli, ExplainedAnswersAreTheDefaultOutputOnTheCorpus) {
   EXPECT_GT(lines, 850);
 }
 
+// Lines answered on several threads come out in input order, errors
+// included, across batches, exactly as on one thread.
+TEST(Cli, AnswersOnSeveralThreadsInInputOrder) {
+  std::string input;
+  for (const std::string& f : eti::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
+    std::string text, error;
+    ASSERT_TRUE(eti::ReadFile(std::string(ETI_SOURCE_DIR) + "/corpus/ko/" + f, &text, &error));
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+      if (line.empty() || line[0] == '#') continue;
+      const size_t tab = line.find('\t');
+      const std::string sentence = line.substr(tab + 1, line.find('\t', tab + 1) - tab - 1);
+      input += nlohmann::json({{"text", sentence}, {"ref", line.substr(0, tab)}}).dump() + "\n";
+      if (input.size() % 7 == 0) input += "not json\n\n{\"text\": \"x\", \"ref\": \"2024\"}\n";
+    }
+  }
+  input += input + input;  // more lines than one batch holds
+  const CliRun one = Cli({"--jsonl", "--threads", "1"}, input);
+  const CliRun three = Cli({"--jsonl", "--threads", "3"}, input);
+  EXPECT_EQ(one.status, 1);
+  EXPECT_EQ(three.status, one.status);
+  EXPECT_GT(std::count(one.out.begin(), one.out.end(), '\n'), 2500);
+  EXPECT_NE(one.err.find("not JSON"), std::string::npos);
+  EXPECT_TRUE(one.out == three.out) << "the answers differ";
+  EXPECT_EQ(three.err, one.err);
+}
+
 TEST(Cli, CharactersOfAnyScriptPassThrough) {
   const CliRun r = Cli({"--ref", "202405151030", "🎉 내일 오후 3시에 봐 😀"});
   EXPECT_EQ(r.status, 0) << r.err;
@@ -256,6 +283,8 @@ TEST(Cli, RefusesWhatItCannotReadWithAClearMessage) {
        "the whole call's rules read years 2000..2035 only"},
       {{"--rules", "reader", "--raw", "3시"}, "", 2, "--raw reads by the whole call's rules"},
       {{"--frobnicate"}, "", 2, "unknown option --frobnicate"},
+      {{"--threads", "0"}, "", 2, "--threads needs a number from 1 to 256"},
+      {{"--threads", "-1"}, "", 2, "--threads needs a number from 1 to 256"},
       {{"--dict", "/nonexistent", "3시"}, "", 2, "--dict: /nonexistent: no dictionaries"},
   };
   for (const auto& c : cases) {

@@ -8,6 +8,8 @@
 
 #include <iconv.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -15,6 +17,8 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <thread>
+#include <vector>
 
 #include "common/json_text.h"
 #include "common/reading_options.h"
@@ -47,6 +51,8 @@ constexpr char kUsage[] =
     "                      \"rules\": ..., \"prefer\": ..., \"years\": [MIN, MAX]} (the last\n"
     "                      three optional); each answer is {\"id\": ..., \"results\": [...],\n"
     "                      \"content\": ...}\n"
+    "  --threads N         lines of standard input answered at once (default: one per\n"
+    "                      core, up to 8); the answers keep the input's order\n"
     "  --table             a table for people instead of JSON\n"
     "  --explain           what each stage made of each text: the replacements that\n"
     "                      fired, the tokens, the patterns, the records as found,\n"
@@ -56,10 +62,17 @@ constexpr char kUsage[] =
     "                      whole call's rules\n"
     "  -h, --help          this text\n";
 
+// One thread per core, up to 8: lines are short and the answers are
+// written in order, so more threads only queue.
+size_t DefaultThreads() {
+  return std::clamp<size_t>(std::thread::hardware_concurrency(), 1, 8);
+}
+
 struct Options {
   std::string ref, dictDir, settingsFile;
   ekr_options reading = DefaultReading();
   bool jsonl = false, table = false, raw = false, explain = false, rulesGiven = false;
+  size_t threads = DefaultThreads();
   std::vector<std::string> texts;
 };
 
@@ -321,10 +334,12 @@ bool ToCp949(const std::string& utf8, std::string* out, std::string* problem) {
   return true;
 }
 
+// Answers texts into one pair of streams; several tools may share one
+// extractor, each on its own thread.
 class Tool {
  public:
-  Tool(const Options& o, ekr::Extractor ex, std::ostream& out, std::ostream& err)
-      : o_(o), ex_(std::move(ex)), out_(out), err_(err) {}
+  Tool(const Options& o, const ekr_extractor* ex, std::ostream& out, std::ostream& err)
+      : o_(o), ex_(ex), out_(out), err_(err) {}
 
   // Answers one text; false (after an error line) when it could not.
   bool Answer(const std::string& where, const std::string& text, std::string ref,
@@ -338,7 +353,7 @@ class Tool {
     }
     if (o_.explain) return Explain(where, text, ref, reading, id);
     ekr::Results r;
-    if (ekr::Extract(ex_.get(), text, ref.c_str(), reading, &r) != EKR_OK) {
+    if (ekr::Extract(ex_, text, ref.c_str(), reading, &r) != EKR_OK) {
       return Fail(where, ekr_last_error(), id);
     }
     if (o_.table) {
@@ -366,12 +381,12 @@ class Tool {
   bool Explain(const std::string& where, const std::string& text, const std::string& ref,
                const ekr_options& reading, const Json* id) {
     char* raw = nullptr;
-    if (ekr_explain(ex_.get(), text.data(), text.size(), ref.c_str(), &reading, &raw) != EKR_OK) {
+    if (ekr_explain(ex_, text.data(), text.size(), ref.c_str(), &reading, &raw) != EKR_OK) {
       return Fail(where, ekr_last_error(), id);
     }
     const ekr::MallocString json(raw);
     ekr::Results r;
-    if (ekr::Extract(ex_.get(), text, ref.c_str(), reading, &r) != EKR_OK) {
+    if (ekr::Extract(ex_, text, ref.c_str(), reading, &r) != EKR_OK) {
       return Fail(where, ekr_last_error(), id);
     }
     std::ostringstream answer;
@@ -399,7 +414,7 @@ class Tool {
     std::string cp949, problem;
     if (!ToCp949(text, &cp949, &problem)) return Fail(where, problem + " (--raw reads texts in CP949)", id);
     ekr_dictionaries d;
-    ekr_dictionaries_of(ex_.get(), &d);
+    ekr_dictionaries_of(ex_, &d);
     // The settings and the word list are texts the entry reads up to a NUL.
     const std::string settings(static_cast<const char*>(d.settings.data), d.settings.size);
     const std::string words(static_cast<const char*>(d.words.data), d.words.size);
@@ -413,7 +428,7 @@ class Tool {
   }
 
   const Options& o_;
-  ekr::Extractor ex_;
+  const ekr_extractor* ex_;
   std::ostream& out_;
   std::ostream& err_;
 };
@@ -505,6 +520,77 @@ bool Blank(const std::string& line) {
   return line.find_first_not_of(" \t\r") == std::string::npos;
 }
 
+// One input line: its answer, or an error line; false after an error.
+bool AnswerLine(Tool& tool, const Options& o, int number, std::string line) {
+  if (!line.empty() && line.back() == '\r') line.pop_back();
+  const std::string where = "line " + std::to_string(number);
+  if (!o.jsonl) return tool.Answer(where, line, "", o.reading, nullptr);
+  if (Blank(line)) return true;
+  std::string text, ref, problem;
+  Json id;
+  bool hasId = false;
+  ekr_options reading = o.reading;
+  if (!ParseLine(line, &text, &ref, &id, &hasId, &reading, &problem)) {
+    return tool.Fail(where, problem, nullptr);
+  }
+  return tool.Answer(where, text, ref, reading, hasId ? &id : nullptr);
+}
+
+// Standard input, a batch of lines at a time: the lines of a batch are
+// answered on o.threads threads (the extractor is shared; each line's answer
+// and errors go to its own buffers) and written in input order, so the
+// output is the same whatever the number of threads.  A batch holds at most
+// kBatchLines lines and, past its first line, kBatchBytes bytes, so a long
+// line is never held with many others.
+bool AnswerLines(const Options& o, const ekr_extractor* ex, std::istream& in, std::ostream& out,
+                 std::ostream& err) {
+  constexpr size_t kBatchLines = 2048;
+  constexpr size_t kBatchBytes = size_t{4} << 20;
+  bool ok = true;
+  int number = 0;
+  std::vector<std::string> batch;
+  struct Answered {
+    std::stringstream out, err;  // read back as well as written
+    bool ok = true;
+  };
+  for (bool more = true; more;) {
+    batch.clear();
+    size_t bytes = 0;
+    std::string line;
+    while (batch.size() < kBatchLines && bytes < kBatchBytes && (more = bool(std::getline(in, line)))) {
+      bytes += line.size();
+      batch.push_back(std::move(line));
+    }
+    const size_t threads = std::min<size_t>(o.threads, batch.size());
+    if (threads <= 1) {
+      // Straight to the streams: a long line's answer is never buffered.
+      Tool tool(o, ex, out, err);
+      for (std::string& l : batch) ok &= AnswerLine(tool, o, ++number, std::move(l));
+      continue;
+    }
+    std::vector<Answered> answers(batch.size());
+    std::atomic<size_t> next{0};
+    const auto work = [&] {
+      for (size_t k; (k = next.fetch_add(1)) < batch.size();) {
+        Tool tool(o, ex, answers[k].out, answers[k].err);
+        answers[k].ok = AnswerLine(tool, o, number + 1 + static_cast<int>(k), std::move(batch[k]));
+      }
+    };
+    std::vector<std::thread> pool;
+    for (size_t t = 1; t < threads; ++t) pool.emplace_back(work);
+    work();
+    for (std::thread& t : pool) t.join();
+    for (Answered& a : answers) {
+      // (Inserting an empty buffer would set the stream's failbit.)
+      if (a.out.tellp() > 0) out << a.out.rdbuf();
+      if (a.err.tellp() > 0) err << a.err.rdbuf();
+      ok &= a.ok;
+    }
+    number += static_cast<int>(batch.size());
+  }
+  return ok;
+}
+
 }  // namespace
 
 int RunCli(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
@@ -542,6 +628,13 @@ int RunCli(const std::vector<std::string>& args, std::istream& in, std::ostream&
       if (!value(&v)) return Usage(err, "--years needs MIN-MAX");
       const std::string problem = ParseYears(v, &o.reading);
       if (!problem.empty()) return Usage(err, "--years " + problem);
+    } else if (a == "--threads") {
+      std::string v;
+      if (!value(&v) || v.empty() || v.size() > 3 || v.find_first_not_of("0123456789") != std::string::npos ||
+          std::stoi(v) < 1 || std::stoi(v) > 256) {
+        return Usage(err, "--threads needs a number from 1 to 256");
+      }
+      o.threads = static_cast<size_t>(std::stoi(v));
     } else if (a == "--jsonl") {
       o.jsonl = true;
     } else if (a == "--table") {
@@ -593,34 +686,15 @@ int RunCli(const std::vector<std::string>& args, std::istream& in, std::ostream&
     return 2;
   }
 
-  Tool tool(o, std::move(ex), out, err);
-  bool ok = true;
   if (!o.texts.empty()) {
+    Tool tool(o, ex.get(), out, err);
+    bool ok = true;
     for (size_t k = 0; k < o.texts.size(); ++k) {
       ok &= tool.Answer("argument " + std::to_string(k + 1), o.texts[k], "", o.reading, nullptr);
     }
     return ok ? 0 : 1;
   }
-  std::string line;
-  for (int number = 1; std::getline(in, line); ++number) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    const std::string where = "line " + std::to_string(number);
-    if (!o.jsonl) {
-      ok &= tool.Answer(where, line, "", o.reading, nullptr);
-      continue;
-    }
-    if (Blank(line)) continue;
-    std::string text, ref, problem;
-    Json id;
-    bool hasId = false;
-    ekr_options reading = o.reading;
-    if (!ParseLine(line, &text, &ref, &id, &hasId, &reading, &problem)) {
-      ok &= tool.Fail(where, problem, nullptr);
-      continue;
-    }
-    ok &= tool.Answer(where, text, ref, reading, hasId ? &id : nullptr);
-  }
-  return ok ? 0 : 1;
+  return AnswerLines(o, ex.get(), in, out, err) ? 0 : 1;
 }
 
 }  // namespace eti::tools
