@@ -546,8 +546,10 @@ std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
     trace->input.assign(text, static_cast<size_t>(n));
     TraceText(replacements.get(), work, trace);
   }
-  Arena tokenMemory;  // the tokens live until the pattern search is done
-  RETTAGS* tokens = TagInArena(work.c_str(), d.tags, &tokenMemory);
+  // The tokens live until the pattern search is done, and no longer: on a
+  // long text they are the largest thing a run holds.
+  auto tokenMemory = std::make_unique<Arena>();
+  RETTAGS* tokens = TagInArena(work.c_str(), d.tags, tokenMemory.get());
   if (CurrentRules().reader && d.words != nullptr) {
     std::vector<const RETTAGS*> dropped;
     tokens = DropTokensInsideWords(tokens, work, *d.words, ReplacedRegions(replacements.get()),
@@ -561,6 +563,8 @@ std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
   std::vector<Marks> found;
   std::unique_ptr<DTINFO, ListDeleter> records(
       FindExpressions(tokens, work.c_str(), w, ctx.get(), &found, false));
+  tokens = nullptr;
+  tokenMemory.reset();
   if (trace != nullptr) {
     TraceRecords(records.get(), found, {}, &trace->found);
     SettleMatches(trace);
