@@ -26,14 +26,17 @@ using WordList = std::vector<std::string_view>;
 WordList SplitWordList(const char* text);
 
 // The words of a list that can fit at a byte, by that byte: those that
-// begin with it and the empty ones, in list order.  Built once for a set.
+// begin with it and the empty ones, in list order; and the words that end
+// with a byte (never the empty ones).  Built once for a set.
 class WordIndex {
  public:
   explicit WordIndex(const WordList& words);
   const std::vector<uint32_t>& Candidates(unsigned char lead) const { return byLead_[lead]; }
+  const std::vector<uint32_t>& Endings(unsigned char last) const { return byLast_[last]; }
 
  private:
   std::vector<uint32_t> byLead_[256];
+  std::vector<uint32_t> byLast_[256];
 };
 
 // A dictionary set ready for runs: the four tries loaded and checked, the

@@ -552,7 +552,7 @@ std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
   RETTAGS* tokens = TagInArena(work.c_str(), d.tags, tokenMemory.get());
   if (CurrentRules().reader && d.words != nullptr) {
     std::vector<const RETTAGS*> dropped;
-    tokens = DropTokensInsideWords(tokens, work, *d.words, ReplacedRegions(replacements.get()),
+    tokens = DropTokensInsideWords(tokens, work, *d.words, d.wordIndex, ReplacedRegions(replacements.get()),
                                    trace != nullptr ? &dropped : nullptr);
     for (const RETTAGS* t : dropped) {
       trace->matches.push_back({t->startPos, t->startPos + t->length, t->attrs->name,

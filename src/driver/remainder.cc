@@ -165,6 +165,7 @@ WordIndex::WordIndex(const WordList& words) {
       for (auto& list : byLead_) list.push_back(k);  // fits anywhere
     } else {
       byLead_[static_cast<unsigned char>(words[k][0])].push_back(k);
+      byLast_[static_cast<unsigned char>(words[k].back())].push_back(k);
     }
   }
 }

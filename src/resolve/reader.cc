@@ -5,7 +5,9 @@
 #include <cstring>
 #include <initializer_list>
 #include <iterator>
+#include <memory>
 
+#include "driver/engine.h"
 #include "session/cp949.h"
 
 namespace eti {
@@ -373,7 +375,7 @@ std::vector<Replaced> ReplacedRegions(const retTypeBBT* hits) {
 
 RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
                                const std::vector<std::string_view>& particles,
-                               const std::vector<Replaced>& replaced,
+                               const WordIndex* index, const std::vector<Replaced>& replaced,
                                std::vector<const RETTAGS*>* dropped) {
   const size_t n = text.size();
   // A text of hardly a blank (chat) is read as it is written.
@@ -383,52 +385,36 @@ RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
     i += IsLead(text[i]) ? 2 : 1;
   }
   if (chars == 0 || blanks * 100 < chars * 8) return tokens;
-  std::vector<uint8_t> starts(n + 1, 0), ends(n + 1, 0), charStart(n + 1, 0);
+  // What each byte is: a token's end, a character's start, the start of a
+  // token that is not a counter (counters start no word of time: 내일배움 is
+  // not 내일 and 배).
+  enum : uint8_t { kEnd = 1, kCharStart = 2, kTimeStart = 4 };
+  std::vector<uint8_t> at(n + 1, 0);
   for (const RETTAGS* t = tokens; t != nullptr; t = t->next) {
     const size_t b = static_cast<size_t>(std::max(t->startPos, 0));
     const size_t e = std::min(n, b + static_cast<size_t>(std::max(t->length, 0)));
-    if (b < n) starts[b] = 1;
-    ends[e] = 1;
+    if (b < n && std::strcmp(t->attrs->name, "Counter") != 0) at[b] |= kTimeStart;
+    at[e] |= kEnd;
   }
-  for (size_t i = 0; i < n; i += IsLead(text[i]) ? 2 : 1) charStart[i] = 1;
-  // The particles by their first byte and by their last, so that each
-  // place is compared with the few that could fit there.
-  // (Lists threaded through two arrays: the head per byte, then the next
-  // particle of the same byte per particle.)
-  int32_t firstHead[256], lastHead[256];
-  std::fill(std::begin(firstHead), std::end(firstHead), -1);
-  std::fill(std::begin(lastHead), std::end(lastHead), -1);
-  std::vector<int32_t> nextOf(2 * particles.size(), -1);
-  for (size_t k = particles.size(); k-- > 0;) {
-    const std::string_view w = particles[k];
-    if (w.empty()) continue;
-    int32_t& f = firstHead[static_cast<unsigned char>(w.front())];
-    nextOf[2 * k] = f;
-    f = static_cast<int32_t>(k);
-    int32_t& l = lastHead[static_cast<unsigned char>(w.back())];
-    nextOf[2 * k + 1] = l;
-    l = static_cast<int32_t>(k);
+  for (size_t i = 0; i < n; i += IsLead(text[i]) ? 2 : 1) at[i] |= kCharStart;
+  std::unique_ptr<WordIndex> ownIndex;
+  if (index == nullptr) {
+    ownIndex = std::make_unique<WordIndex>(particles);
+    index = ownIndex.get();
   }
   // The longest particle of the list at byte p; 0 for none.
   const auto particleAt = [&](size_t p) {
     size_t best = 0;
     if (p >= n) return best;
-    for (int32_t k = firstHead[static_cast<unsigned char>(text[p])]; k >= 0;
-         k = nextOf[2 * static_cast<size_t>(k)]) {
-      const std::string_view w = particles[static_cast<size_t>(k)];
+    for (const uint32_t k : index->Candidates(static_cast<unsigned char>(text[p]))) {
+      const std::string_view w = particles[k];
       if (w.size() > best && text.compare(p, w.size(), w) == 0) best = w.size();
     }
     return best;
   };
-  // Counters start no word of time: 내일배움 is not 내일 and 배.
-  std::vector<uint8_t> timeStarts(n + 1, 0);
-  for (const RETTAGS* t = tokens; t != nullptr; t = t->next) {
-    const size_t b = static_cast<size_t>(std::max(t->startPos, 0));
-    if (b < n && std::strcmp(t->attrs->name, "Counter") != 0) timeStarts[b] = 1;
-  }
   const auto rightBoundary = [&](size_t e) {
     for (int k = 0; k < 4; ++k) {
-      if (e >= n || !HangulAt(text, e) || timeStarts[e] == 1) return true;
+      if (e >= n || !HangulAt(text, e) || (at[e] & kTimeStart) != 0) return true;
       const size_t p = particleAt(e);
       if (p == 0) return false;
       e += p;
@@ -436,13 +422,12 @@ RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
     return false;
   };
   const auto leftBoundary = [&](size_t b) {
-    if (b == 0 || ends[b] == 1) return true;
+    if (b == 0 || (at[b] & kEnd) != 0) return true;
     size_t prev = b - 1;
-    while (prev > 0 && charStart[prev] == 0) --prev;
+    while (prev > 0 && (at[prev] & kCharStart) == 0) --prev;
     if (!HangulAt(text, prev)) return true;
-    for (int32_t k = lastHead[static_cast<unsigned char>(text[b - 1])]; k >= 0;
-         k = nextOf[2 * static_cast<size_t>(k) + 1]) {
-      const std::string_view w = particles[static_cast<size_t>(k)];
+    for (const uint32_t k : index->Endings(static_cast<unsigned char>(text[b - 1]))) {
+      const std::string_view w = particles[k];
       if (b >= w.size() && text.compare(b - w.size(), w.size(), w) == 0) return true;
     }
     return false;
@@ -464,7 +449,7 @@ RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
   const auto endsWord = [&](const Replaced& r) {
     if (r.end <= r.begin || r.keepsEnd) return true;
     size_t last = static_cast<size_t>(r.end) - 1;
-    while (last > static_cast<size_t>(r.begin) && charStart[last] == 0) --last;
+    while (last > static_cast<size_t>(r.begin) && (at[last] & kCharStart) == 0) --last;
     return !HangulAt(text, last);
   };
   const auto regionBoundary = [&](int32_t k) {

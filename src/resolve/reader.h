@@ -16,6 +16,8 @@
 
 namespace eti {
 
+class WordIndex;
+
 // Which way a word before an expression sends it: 지난 8일 is the 8th that
 // has passed, 오는 5일 the one to come.
 enum class Direction { kNone, kPast, kFuture };
@@ -81,7 +83,8 @@ void RewriteFromWithEseo(std::string* text);
 // A replacement's value is judged as one word where the text had its key:
 // its tokens stay or go together (주말농장: the weekend that 주말 was
 // rewritten to is inside a word).  `replaced` holds the bytes of each value
-// in the text (after the space a replacement writes before it).
+// in the text (after the space a replacement writes before it); `index`,
+// the set's index of `particles`, may be NULL (one is then made).
 struct Replaced {
   int32_t begin = 0, end = 0;
   // The value ends as its key does (이달 말에 -> ...까지에): the key was
@@ -90,7 +93,7 @@ struct Replaced {
 };
 RETTAGS* DropTokensInsideWords(RETTAGS* tokens, std::string_view text,
                                const std::vector<std::string_view>& particles,
-                               const std::vector<Replaced>& replaced,
+                               const WordIndex* index, const std::vector<Replaced>& replaced,
                                std::vector<const RETTAGS*>* dropped);
 
 // Where the values of applied replacements stand in the rewritten text, in

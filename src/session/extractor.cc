@@ -162,6 +162,7 @@ Status Extractor::Open(const ekr_dictionaries& d, std::unique_ptr<Extractor>* ou
   ex->dicts_.patterns = ex->tries_[2].get();
   ex->dicts_.unitSequences = ex->tries_[3].get();
   ex->dicts_.words = &ex->words_;
+  ex->dicts_.wordIndex = ex->wordIndex_.get();
   for (int k = 0; k < 4; ++k) {
     ex->indexes_[k] = std::make_unique<ChainIndex>(ex->tries_[k].get());
     ex->dicts_.indexes[k] = ex->indexes_[k].get();
