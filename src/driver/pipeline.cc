@@ -394,9 +394,36 @@ void SettleMatches(Trace* trace) {
 }
 
 // The reader rules take out found expressions that are no dates: numbers of
-// measures, versions, parts of titles.
+// measures, versions, parts of titles; and those that read a replaced word
+// in part.  A replacement's value is the word the text had there, read whole
+// or not at all: when a digit of the value is in no expression, the pattern
+// that took it failed (40515103.어버이날: the number, the dot and the 5월 of
+// the value read as no date), and what is left of the value (8일) is not
+// what the word meant.
 DTINFO* DropNonDates(DTINFO* list, std::vector<Marks>* marks, std::string_view text,
-                     const WordList& particles, Trace* trace) {
+                     const WordList& particles, const std::vector<Replaced>& replaced,
+                     Trace* trace) {
+  // The values lie in order, apart: those meeting [b, e) by binary search.
+  const auto firstEndingAfter = [&](int32_t b) {
+    return std::partition_point(replaced.begin(), replaced.end(),
+                                [b](const Replaced& v) { return v.end <= b; });
+  };
+  const auto n = static_cast<int32_t>(text.size());
+  std::vector<uint8_t> read;  // the bytes in an expression, when a value needs them
+  if (!replaced.empty()) {
+    read.assign(text.size(), 0);
+    for (const DTINFO* r = list; r != nullptr; r = r->next) {
+      for (int32_t i = std::max(r->seqBegin, 0); i < std::min(r->seqEnd, n); ++i) read[i] = 1;
+    }
+  }
+  const auto readsPart = [&](const DTINFO* r) {
+    for (auto v = firstEndingAfter(r->seqBegin); v != replaced.end() && v->begin < r->seqEnd; ++v) {
+      for (int32_t i = std::max(v->begin, 0); i < std::min(v->end, n); ++i) {
+        if (read[i] == 0 && text[i] >= '0' && text[i] <= '9') return true;
+      }
+    }
+    return false;
+  };
   DTINFO* head = nullptr;
   DTINFO** link = &head;
   std::vector<Marks> kept;
@@ -404,7 +431,8 @@ DTINFO* DropNonDates(DTINFO* list, std::vector<Marks>* marks, std::string_view t
   for (DTINFO* r = list; r != nullptr; ++k) {
     DTINFO* next = r->next;
     r->next = nullptr;
-    const char* why = NoDate(text, r->seqBegin, r->seqEnd, particles);
+    const char* why = readsPart(r) ? "it reads only part of a replaced word"
+                                   : NoDate(text, r->seqBegin, r->seqEnd, particles);
     if (why == nullptr) {
       *link = r;
       link = &r->next;
@@ -546,13 +574,15 @@ std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
     trace->input.assign(text, static_cast<size_t>(n));
     TraceText(replacements.get(), work, trace);
   }
+  std::vector<Replaced> replaced;  // where the replacements' values stand
+  if (CurrentRules().reader) replaced = ReplacedRegions(replacements.get());
   // The tokens live until the pattern search is done, and no longer: on a
   // long text they are the largest thing a run holds.
   auto tokenMemory = std::make_unique<Arena>();
   RETTAGS* tokens = TagInArena(work.c_str(), d.tags, tokenMemory.get());
   if (CurrentRules().reader && d.words != nullptr) {
     std::vector<const RETTAGS*> dropped;
-    tokens = DropTokensInsideWords(tokens, work, *d.words, d.wordIndex, ReplacedRegions(replacements.get()),
+    tokens = DropTokensInsideWords(tokens, work, *d.words, d.wordIndex, replaced,
                                    trace != nullptr ? &dropped : nullptr);
     for (const RETTAGS* t : dropped) {
       trace->matches.push_back({t->startPos, t->startPos + t->length, t->attrs->name,
@@ -570,7 +600,7 @@ std::vector<Found> RunPipeline(const char* text, int32_t n, const char* refTime,
     SettleMatches(trace);
   }
   if (CurrentRules().reader && d.words != nullptr) {
-    records.reset(DropNonDates(records.release(), &found, work, *d.words, trace));
+    records.reset(DropNonDates(records.release(), &found, work, *d.words, replaced, trace));
   }
   if (records == nullptr) return {};
   if (overallType != nullptr) *overallType = GetDTtype(records.get());
