@@ -308,7 +308,11 @@ namespace {
 // is taken): the whole call's check, or the same fields with the year
 // inside the reader's window.
 std::string ReferenceProblem(const std::string& ref, const ReadingRules& rules) {
-  const auto field = [&](size_t at, size_t n) { return std::stoi(ref.substr(at, n)); };
+  const auto field = [&](size_t at, size_t n) {
+    int value = 0;
+    for (size_t k = at; k < at + n; ++k) value = value * 10 + (ref[k] - '0');
+    return value;
+  };
   const int year = field(0, 4);
   const int32_t first = rules.reader ? rules.minYear : ReadingRules::kWholeCallFirstReference;
   const int32_t last = rules.reader ? rules.maxYear : ReadingRules::kWholeCallLastReference;
