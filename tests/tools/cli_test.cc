@@ -28,6 +28,23 @@ CliRun Cli(std::vector<std::string> args, const std::string& input = "") {
   return {status, out.str(), err.str()};
 }
 
+// The corpus messages as --jsonl input lines, with their references.
+std::string CorpusJsonLines() {
+  std::string input;
+  for (const std::string& f : eti::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
+    std::string text, error;
+    EXPECT_TRUE(eti::ReadFile(std::string(ETI_SOURCE_DIR) + "/corpus/ko/" + f, &text, &error));
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+      if (line.empty() || line[0] == '#') continue;
+      const size_t tab = line.find('\t');
+      const std::string sentence = line.substr(tab + 1, line.find('\t', tab + 1) - tab - 1);
+      input += nlohmann::json({{"text", sentence}, {"ref", line.substr(0, tab)}}).dump() + "\n";
+    }
+  }
+  return input;
+}
+
 // The results of an answer, then its content once.
 constexpr char kMeetingResults[] =
     "\"results\":[{\"resultType\":\"1\",\"startTime\":\"20240516150000\","
@@ -177,18 +194,7 @@ TEST(Cli, ExplainShowsEachStageAndTheAnswer) {
 // With --jsonl each text's trace is one JSON object, its answer under
 // "answer": on the whole corpus, the very line the default output gives.
 TEST(Cli, ExplainedAnswersAreTheDefaultOutputOnTheCorpus) {
-  std::string input;
-  for (const std::string& f : eti::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
-    std::string text, error;
-    ASSERT_TRUE(eti::ReadFile(std::string(ETI_SOURCE_DIR) + "/corpus/ko/" + f, &text, &error));
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-      if (line.empty() || line[0] == '#') continue;
-      const size_t tab = line.find('\t');
-      const std::string sentence = line.substr(tab + 1, line.find('\t', tab + 1) - tab - 1);
-      input += nlohmann::json({{"text", sentence}, {"ref", line.substr(0, tab)}}).dump() + "\n";
-    }
-  }
+  const std::string input = CorpusJsonLines();
   const CliRun plain = Cli({"--jsonl"}, input);
   const CliRun explained = Cli({"--jsonl", "--explain"}, input);
   ASSERT_EQ(plain.status, 0) << plain.err;
@@ -209,18 +215,12 @@ TEST(Cli, ExplainedAnswersAreTheDefaultOutputOnTheCorpus) {
 // Lines answered on several threads come out in input order, errors
 // included, across batches, exactly as on one thread.
 TEST(Cli, AnswersOnSeveralThreadsInInputOrder) {
+  // The corpus with a bad line, a blank one and a bad reference among them.
   std::string input;
-  for (const std::string& f : eti::ListFiles(std::string(ETI_SOURCE_DIR) + "/corpus/ko", ".tsv")) {
-    std::string text, error;
-    ASSERT_TRUE(eti::ReadFile(std::string(ETI_SOURCE_DIR) + "/corpus/ko/" + f, &text, &error));
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-      if (line.empty() || line[0] == '#') continue;
-      const size_t tab = line.find('\t');
-      const std::string sentence = line.substr(tab + 1, line.find('\t', tab + 1) - tab - 1);
-      input += nlohmann::json({{"text", sentence}, {"ref", line.substr(0, tab)}}).dump() + "\n";
-      if (input.size() % 7 == 0) input += "not json\n\n{\"text\": \"x\", \"ref\": \"2024\"}\n";
-    }
+  std::istringstream corpus(CorpusJsonLines());
+  for (std::string line; std::getline(corpus, line);) {
+    input += line + "\n";
+    if (input.size() % 7 == 0) input += "not json\n\n{\"text\": \"x\", \"ref\": \"2024\"}\n";
   }
   input += input + input;  // more lines than one batch holds
   const CliRun one = Cli({"--jsonl", "--threads", "1"}, input);
