@@ -17,6 +17,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -540,8 +541,8 @@ bool AnswerLine(Tool& tool, const Options& o, int number, std::string line) {
 // answered on o.threads threads (the extractor is shared; each line's answer
 // and errors go to its own buffers) and written in input order, so the
 // output is the same whatever the number of threads.  A batch holds at most
-// kBatchLines lines and, past its first line, kBatchBytes bytes, so a long
-// line is never held with many others.
+// kBatchLines lines and kBatchBytes bytes; a line longer than that makes a
+// batch of its own, answered straight to the stream, never buffered.
 bool AnswerLines(const Options& o, const ekr_extractor* ex, std::istream& in, std::ostream& out,
                  std::ostream& err) {
   constexpr size_t kBatchLines = 2048;
@@ -549,6 +550,8 @@ bool AnswerLines(const Options& o, const ekr_extractor* ex, std::istream& in, st
   bool ok = true;
   int number = 0;
   std::vector<std::string> batch;
+  std::string held;  // a long line read after a batch had begun: the next batch
+  bool holding = false;
   struct Answered {
     std::stringstream out, err;  // read back as well as written
     bool ok = true;
@@ -556,11 +559,22 @@ bool AnswerLines(const Options& o, const ekr_extractor* ex, std::istream& in, st
   for (bool more = true; more;) {
     batch.clear();
     size_t bytes = 0;
+    if (holding) {
+      bytes = held.size();
+      batch.push_back(std::move(held));
+      holding = false;
+    }
     std::string line;
     while (batch.size() < kBatchLines && bytes < kBatchBytes && (more = bool(std::getline(in, line)))) {
+      if (!batch.empty() && line.size() >= kBatchBytes) {
+        held = std::move(line);
+        holding = true;
+        break;
+      }
       bytes += line.size();
       batch.push_back(std::move(line));
     }
+    more = more || holding;
     const size_t threads = std::min<size_t>(o.threads, batch.size());
     if (threads <= 1) {
       // Straight to the streams: a long line's answer is never buffered.
@@ -577,7 +591,11 @@ bool AnswerLines(const Options& o, const ekr_extractor* ex, std::istream& in, st
       }
     };
     std::vector<std::thread> pool;
-    for (size_t t = 1; t < threads; ++t) pool.emplace_back(work);
+    try {
+      for (size_t t = 1; t < threads; ++t) pool.emplace_back(work);
+    } catch (const std::system_error&) {
+      // No more threads to be had: the ones made and this one do the batch.
+    }
     work();
     for (std::thread& t : pool) t.join();
     for (Answered& a : answers) {
